@@ -1,0 +1,170 @@
+#include "canvas/myminigraphicsview.h"
+
+#include "canvas/minipathopermodel.h"
+#include "canvas/myminigraphicsscene.h"
+#include "eraser/minieraseopermodel.h"
+#include "shell/mainwindow.h"
+
+#include <QGraphicsItem>
+#include <QGuiApplication>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScreen>
+#include <QTouchEvent>
+
+MyMiniGraphicsView::MyMiniGraphicsView(QWidget* parent)
+    : QGraphicsView(parent)
+{
+    setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setRenderHint(QPainter::Antialiasing, true);
+    setRenderHint(QPainter::SmoothPixmapTransform, true);
+    viewport()->setAttribute(Qt::WA_AcceptTouchEvents, true);
+}
+
+MyMiniGraphicsView::~MyMiniGraphicsView()
+{
+    // The operations go before the scene (a child created later), so that the
+    // eraser can still tell which of its items the scene owns.
+    delete m_pathOperation;
+    delete m_eraseOperation;
+}
+
+void MyMiniGraphicsView::setSceneData(MyMiniGraphicsScene* scene)
+{
+    m_scene = scene;
+}
+
+void MyMiniGraphicsView::toggleOperation(UserOperationType type)
+{
+    m_operType = type;
+    if (type == PenOperation) {
+        if (!m_pathOperation) {
+            m_pathOperation = new MiniPathOpermodel();
+            m_pathOperation->m_scene = m_scene;
+            m_pathOperation->m_view = this;
+        }
+        m_curOperation = m_pathOperation;
+    } else if (type == EraseOperation) {
+        if (!m_eraseOperation) {
+            m_eraseOperation = new MiniEraseOperModel();
+            m_eraseOperation->m_scene = m_scene;
+            m_eraseOperation->m_view = this;
+        }
+        m_curOperation = m_eraseOperation;
+    }
+}
+
+void MyMiniGraphicsView::DrawPenPath()
+{
+    toggleOperation(PenOperation);
+}
+
+void MyMiniGraphicsView::StartErase()
+{
+    toggleOperation(EraseOperation);
+}
+
+void MyMiniGraphicsView::setTool(ViewTool tool)
+{
+    m_tool = tool;
+    if (tool == PenTool)
+        DrawPenPath();
+    else
+        StartErase();
+}
+
+void MyMiniGraphicsView::clearAllItem()
+{
+    if (!m_scene)
+        return;
+    deleteItems(m_scene->items(Qt::DescendingOrder));
+}
+
+void MyMiniGraphicsView::deleteItems(const QList<QGraphicsItem*>& items)
+{
+    if (items.isEmpty())
+        return;
+    if (m_pathOperation)
+        m_pathOperation->forgetItems(items);
+    if (m_eraseOperation)
+        m_eraseOperation->forgetItems(items);
+    // A child item goes with its parent; deleting it on its own as well would
+    // delete it twice.
+    QList<QGraphicsItem*> topLevel;
+    topLevel.reserve(items.size());
+    for (QGraphicsItem* item : items) {
+        if (item && !item->parentItem())
+            topLevel.append(item);
+    }
+    for (QGraphicsItem* item : qAsConst(topLevel)) {
+        if (QGraphicsScene* owner = item->scene())
+            owner->removeItem(item);
+        delete item;
+    }
+}
+
+QPixmap MyMiniGraphicsView::getViewToPixmap()
+{
+    QScreen* screen = QGuiApplication::primaryScreen();
+    QPixmap pixmap = screen ? screen->grabWindow(0, 0, 0, -1, -1) : QPixmap();
+    if (pixmap.isNull()) {
+        qWarning("MyMiniGraphicsView: the screen could not be grabbed; the picture holds the "
+                 "drawing alone");
+        pixmap = QPixmap(size());
+        pixmap.fill(Qt::transparent);
+    }
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    render(&painter, QRectF(0, 0, width(), height()), QRect(0, 0, width(), height()),
+           Qt::IgnoreAspectRatio);
+    painter.end();
+    return pixmap;
+}
+
+void MyMiniGraphicsView::hideParentTool()
+{
+    if (auto* window = dynamic_cast<MainWindow*>(parent()))
+        window->hideTool();
+}
+
+bool MyMiniGraphicsView::viewportEvent(QEvent* event)
+{
+    if (!m_curOperation)
+        return QGraphicsView::viewportEvent(event);
+
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+        if (!m_isTouching) {
+            hideParentTool();
+            m_isTouching = false;
+            m_curOperation->mousePressEvent(static_cast<QMouseEvent*>(event));
+        }
+        break;
+    case QEvent::MouseMove:
+        if (!m_isTouching)
+            m_curOperation->mouseMoveEvent(static_cast<QMouseEvent*>(event));
+        break;
+    case QEvent::MouseButtonRelease:
+        if (!m_isTouching)
+            m_curOperation->mouseReleaseEvent(static_cast<QMouseEvent*>(event));
+        break;
+    case QEvent::TouchBegin:
+        hideParentTool();
+        m_isTouching = true;
+        m_curOperation->touchBegine(static_cast<QTouchEvent*>(event));
+        return true;
+    case QEvent::TouchUpdate:
+        m_curOperation->touchUpdate(static_cast<QTouchEvent*>(event));
+        return true;
+    case QEvent::TouchEnd:
+        m_curOperation->touchEnd(static_cast<QTouchEvent*>(event));
+        m_isTouching = false;
+        return true;
+    default:
+        break;
+    }
+    return QGraphicsView::viewportEvent(event);
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "canvas/useroperationtype.h"
+
+#include <QGraphicsView>
+#include <QList>
+#include <QPixmap>
+
+class BaseOperation;
+class MiniEraseOperModel;
+class MiniPathOpermodel;
+class MyMiniGraphicsScene;
+
+// The board's canvas. It owns the pen and eraser operations, keeps one of them
+// active and feeds it the viewport's raw mouse and touch events.
+class MyMiniGraphicsView : public QGraphicsView
+{
+    Q_OBJECT
+
+public:
+    enum ViewTool { PenTool = 0, EraseTool = 1 };
+
+    explicit MyMiniGraphicsView(QWidget* parent = nullptr);
+    ~MyMiniGraphicsView() override;
+
+    // Stores the scene the operations draw into; the caller also calls
+    // setScene(). Must come before the first toggleOperation().
+    void setSceneData(MyMiniGraphicsScene* scene);
+    void toggleOperation(UserOperationType type);
+    void DrawPenPath();
+    void StartErase();
+    // 0 selects the pen, any other value the eraser.
+    void setTool(ViewTool tool);
+    // Removes and deletes every item of the scene.
+    void clearAllItem();
+    // Removes these items from the scene and deletes them, after telling every
+    // operation to forget them.
+    void deleteItems(const QList<QGraphicsItem*>& items);
+    // The primary screen with the drawing laid over it.
+    QPixmap getViewToPixmap();
+
+    UserOperationType operationType() const { return m_operType; }
+    BaseOperation* currentOperation() const { return m_curOperation; }
+    MiniPathOpermodel* pathOperation() const { return m_pathOperation; }
+    MiniEraseOperModel* eraseOperation() const { return m_eraseOperation; }
+    MyMiniGraphicsScene* sceneData() const { return m_scene; }
+    bool isTouching() const { return m_isTouching; }
+    ViewTool tool() const { return m_tool; }
+
+protected:
+    bool viewportEvent(QEvent* event) override;
+
+private:
+    void hideParentTool();
+
+    UserOperationType m_operType = NoOperation;
+    MyMiniGraphicsScene* m_scene = nullptr;
+    BaseOperation* m_curOperation = nullptr;
+    MiniPathOpermodel* m_pathOperation = nullptr;
+    MiniEraseOperModel* m_eraseOperation = nullptr;
+    bool m_isTouching = false;
+    ViewTool m_tool = PenTool;
+};

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QPixmap>
+#include <QWidget>
+
+class MyMiniGraphicsScene;
+class MyMiniGraphicsView;
+class QHBoxLayout;
+class SkedaTool;
+
+// The board: a frameless, translucent top-level window as large as the
+// primary screen, whose whole area is the drawing canvas.
+class MainWindow : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit MainWindow(QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    // Sizes the window to the screen, creates the scene and selects the pen.
+    // Called once, right after construction.
+    void initUI();
+    // Shows the window, then the toolbar.
+    void showSkeda();
+    // Folds the toolbar's pop-ups away; called on every press on the canvas.
+    void hideTool();
+
+    MyMiniGraphicsView* view() const { return m_view; }
+    MyMiniGraphicsScene* scene() const { return m_scene; }
+    SkedaTool* tool() const { return m_tool; }
+
+signals:
+    void sigSkedaClose();
+    void sigScreenShotPixmap(QPixmap pix);
+
+private:
+    MyMiniGraphicsView* m_view = nullptr;
+    MyMiniGraphicsScene* m_scene = nullptr;
+    QHBoxLayout* m_layout = nullptr;
+    SkedaTool* m_tool = nullptr;
+    QPixmap m_pixmap;
+};
