@@ -1,23 +1,20 @@
 #!/usr/bin/env bash
 # Runs a command against a private Xvfb, so that tests see a real X server.
 #
-#   with-xvfb.sh [--size WxH] [--compositor] [--root COLOR] [--no-shape] -- command [args...]
+#   with-xvfb.sh [--size WxH] [--compositor] [--no-shape] -- command [args...]
 #
 # --size        screen size (default 1920x1080), depth 24
 # --compositor  run xcompmgr so that translucent windows show what lies below
-# --root COLOR  paint the root window (the "desktop") in this colour
 # --no-shape    start the server without the SHAPE extension
 set -euo pipefail
 
 size=1920x1080
 compositor=0
-root=""
 extra=()
 while [ $# -gt 0 ]; do
   case "$1" in
     --size) size=$2; shift 2 ;;
     --compositor) compositor=1; shift ;;
-    --root) root=$2; shift 2 ;;
     --no-shape) extra+=(-extension SHAPE); shift ;;
     --) shift; break ;;
     *) echo "with-xvfb.sh: unknown option $1" >&2; exit 2 ;;
@@ -47,9 +44,6 @@ done
 export DISPLAY=":$(tr -d '[:space:]' <"$workdir/display")"
 unset WAYLAND_DISPLAY QT_QPA_PLATFORM
 
-if [ -n "$root" ]; then
-  xsetroot -solid "$root"
-fi
 if [ "$compositor" = 1 ]; then
   xcompmgr >"$workdir/xcompmgr.log" 2>&1 &
   pids+=($!)

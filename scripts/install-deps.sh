@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building, running and testing Skeda need.
+# Idempotent: when everything is there it only asks dpkg and returns.
+set -euo pipefail
+
+packages=(
+  # build
+  cmake g++ make ninja-build
+  qtbase5-dev qtbase5-dev-tools qtdeclarative5-dev libqt5x11extras5-dev
+  libx11-dev libxext-dev
+  # run time: the pen popup's QML modules and a font with CJK glyphs
+  qml-module-qtquick2 qml-module-qtquick-layouts qml-module-qtquick-window2
+  fonts-wqy-microhei
+  # a virtual X server, real input and X tools for the tests and the headless run
+  xvfb xauth xdotool x11-utils x11-xserver-utils xcompmgr imagemagick
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  status=$(dpkg-query -W -f='${Status}' "$p" 2>/dev/null || true)
+  [ "$status" = "install ok installed" ] || missing+=("$p")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "install-deps: installing ${missing[*]}"
+sudo=""
+[ "$(id -u)" -eq 0 ] || sudo="sudo"
+export DEBIAN_FRONTEND=noninteractive
+$sudo apt-get update -qq
+$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds everything and runs every test twice: in
+# the normal build and in the sanitizer build (AddressSanitizer with leak
+# checks, UndefinedBehaviorSanitizer). Exits non-zero on any failure.
+set -uo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+
+"$root/scripts/install-deps.sh" || exit 1
+
+passed=0
+failed=0
+status=0
+run_suite() {
+  local name=$1 dir=$2
+  shift 2
+  echo "== $name build"
+  "$root/scripts/build.sh" "$@" || { echo "== $name build failed"; status=1; return; }
+  echo "== $name tests"
+  local log
+  log=$(mktemp)
+  (cd "$dir" && ctest --output-on-failure -j2 --timeout 600) | tee "$log"
+  [ "${PIPESTATUS[0]}" -eq 0 ] || status=1
+  local total bad
+  total=$(sed -n 's/.*tests failed out of \([0-9]*\).*/\1/p' "$log" | tail -n1)
+  bad=$(sed -n 's/.* \([0-9]*\) tests failed out of.*/\1/p' "$log" | tail -n1)
+  [ -n "$total" ] || { total=0; bad=0; status=1; }
+  passed=$((passed + total - bad))
+  failed=$((failed + bad))
+  rm -f "$log"
+}
+
+run_suite normal "$root/build"
+run_suite sanitizer "$root/build-asan" --sanitize
+
+echo "tests: $passed passed, $failed failed"
+exit $status
