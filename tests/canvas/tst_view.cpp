@@ -312,7 +312,7 @@ private slots:
         for (int i = 0; i < 5; ++i)
             scene->addItem(new CountedItem(&deleted));
         auto* parent = new CountedItem(&deleted);
-        new CountedItem(&deleted); // not in the scene: must not be touched
+        CountedItem outside(&deleted); // not in the scene: must not be touched
         auto* child = new CountedItem(&deleted);
         child->setParentItem(parent);
         scene->addItem(parent);

@@ -1,0 +1,198 @@
+#include "canvas/minipathitem.h"
+
+#include <QGraphicsScene>
+#include <QPainter>
+#include <QtTest>
+
+namespace {
+
+QImage render(MiniPathItem& item, const QSize& size = QSize(200, 200))
+{
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    item.paint(&painter, nullptr, nullptr);
+    painter.end();
+    return image;
+}
+
+bool allTransparent(const QImage& image)
+{
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (qAlpha(image.pixel(x, y)) != 0)
+                return false;
+    return true;
+}
+
+} // namespace
+
+class TestMiniPathItem : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void construction()
+    {
+        MiniPathItem item;
+        QCOMPARE(item.type(), 65537);
+        QCOMPARE(item.type(), int(QGraphicsItem::UserType + 1));
+        QCOMPARE(item.cacheMode(), QGraphicsItem::DeviceCoordinateCache);
+        QVERIFY(!item.isSinglePnt());
+        QVERIFY(item.path().isEmpty());
+        QCOMPARE(item.pos(), QPointF(0, 0));
+        QCOMPARE(item.pen(), QPen());
+    }
+
+    void emptyItem()
+    {
+        MiniPathItem item;
+        item.setPen(QPen(Qt::red, 6));
+        QVERIFY(allTransparent(render(item)));
+        QVERIFY(item.boundingRect().isEmpty());
+        QVERIFY(item.getPolygon().isEmpty());
+    }
+
+    void penIsForcedRound()
+    {
+        MiniPathItem item;
+        QPen square(Qt::blue, 4, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin);
+        item.setPen(square);
+        QCOMPARE(item.pen().capStyle(), Qt::RoundCap);
+        QCOMPARE(item.pen().joinStyle(), Qt::RoundJoin);
+        QCOMPARE(item.pen().width(), 4);
+        QCOMPARE(item.pen().color(), QColor(Qt::blue));
+
+        item.setPenWidth(9);
+        QCOMPARE(item.pen().width(), 9);
+        QCOMPARE(item.pen().capStyle(), Qt::RoundCap);
+
+        // setPenWidth alone leaves cap and join as the pen had them: a
+        // default pen's square cap and bevel join.
+        MiniPathItem fresh;
+        fresh.setPenWidth(5);
+        QCOMPARE(fresh.pen().width(), 5);
+        QCOMPARE(fresh.pen().capStyle(), Qt::SquareCap);
+        QCOMPARE(fresh.pen().joinStyle(), Qt::BevelJoin);
+    }
+
+    // The stroker has square caps: a 100-pixel line at width 6 is bounded
+    // 3 pixels beyond each end and each side; the shape is half as wide.
+    void boundsAndShape()
+    {
+        MiniPathItem item;
+        item.setPen(QPen(Qt::red, 6));
+        QPainterPath line;
+        line.moveTo(10, 10);
+        line.lineTo(110, 10);
+        item.setPath(line);
+        QCOMPARE(item.boundingRect(), QRectF(7, 7, 106, 6));
+        QCOMPARE(item.shape().boundingRect(), QRectF(8.5, 8.5, 103, 3));
+        QVERIFY(item.shape().contains(QPointF(60, 11.4)));
+        QVERIFY(!item.shape().contains(QPointF(60, 11.6)));
+
+        item.setPenWidth(10);
+        QCOMPARE(item.boundingRect(), QRectF(5, 5, 110, 10));
+        QCOMPARE(item.shape().boundingRect(), QRectF(7.5, 7.5, 105, 5));
+
+        // The stroker takes a width of 0 (Qt's cosmetic pen) as 1 pixel.
+        item.setPenWidth(0);
+        QCOMPARE(item.boundingRect(), QRectF(9.5, 9.5, 101, 1));
+    }
+
+    void strokedPath()
+    {
+        MiniPathItem item;
+        item.setPen(QPen(QColor(0, 0, 255), 6));
+        QPainterPath line;
+        line.moveTo(20, 50);
+        line.lineTo(180, 50);
+        item.setPath(line);
+        const QImage image = render(item);
+        QCOMPARE(image.pixelColor(100, 50), QColor(0, 0, 255));
+        QCOMPARE(image.pixelColor(100, 52), QColor(0, 0, 255));
+        QCOMPARE(qAlpha(image.pixel(100, 56)), 0);
+        // Round cap: reaches 3 pixels past the end on the axis only.
+        QCOMPARE(image.pixelColor(181, 50), QColor(0, 0, 255));
+        QCOMPARE(qAlpha(image.pixel(184, 50)), 0);
+        QCOMPARE(qAlpha(image.pixel(183, 47)), 0);
+    }
+
+    // A tap is filled in the pen's colour; the pen's width does not widen it.
+    void singlePointIsFilled()
+    {
+        MiniPathItem item;
+        item.setPen(QPen(QColor(0xF7, 0x38, 0x59), 20));
+        item.setSinglePnt(true);
+        QVERIFY(item.isSinglePnt());
+        QPainterPath dot;
+        dot.moveTo(95, 95);
+        dot.addEllipse(QRectF(95, 95, 10, 10));
+        dot.closeSubpath();
+        item.setPath(dot);
+        const QImage image = render(item);
+        QCOMPARE(image.pixelColor(100, 100), QColor(0xF7, 0x38, 0x59));
+        QCOMPARE(image.pixelColor(96, 100), QColor(0xF7, 0x38, 0x59));
+        QCOMPARE(qAlpha(image.pixel(92, 100)), 0); // inside the pen's band, outside the dot
+        QCOMPARE(qAlpha(image.pixel(100, 108)), 0);
+
+        item.setSinglePnt(false);
+        const QImage stroked = render(item);
+        QCOMPARE(stroked.pixelColor(92, 100), QColor(0xF7, 0x38, 0x59));
+    }
+
+    void polygonDropsTheRepeatedClosingPoint()
+    {
+        MiniPathItem item;
+        QPainterPath open;
+        open.moveTo(0, 0);
+        open.lineTo(10, 0);
+        open.lineTo(10, 10);
+        item.setPath(open);
+        QCOMPARE(item.getPolygon(),
+                 QPolygonF(QVector<QPointF>{QPointF(0, 0), QPointF(10, 0), QPointF(10, 10)}));
+
+        // A loop drawn by hand back to its start loses exactly one point.
+        QPainterPath loop;
+        loop.moveTo(5, 5);
+        loop.lineTo(20, 5);
+        loop.lineTo(20, 20);
+        loop.lineTo(5, 5);
+        item.setPath(loop);
+        QCOMPARE(item.getPolygon(),
+                 QPolygonF(QVector<QPointF>{QPointF(5, 5), QPointF(20, 5), QPointF(20, 20)}));
+    }
+
+    void polygonOfACurveIsItsFlattening()
+    {
+        MiniPathItem item;
+        QPainterPath curve;
+        curve.moveTo(0, 0);
+        curve.quadTo(50, 100, 100, 0);
+        item.setPath(curve);
+        QPolygonF expected = curve.toFillPolygon(QTransform());
+        QVERIFY(expected.size() > 3);
+        QCOMPARE(expected.first(), expected.last());
+        expected.removeLast();
+        QCOMPARE(item.getPolygon(), expected);
+    }
+
+    void inAScene()
+    {
+        QGraphicsScene scene;
+        auto* item = new MiniPathItem;
+        QPainterPath line;
+        line.moveTo(0, 0);
+        line.lineTo(50, 0);
+        item->setPen(QPen(Qt::black, 4));
+        item->setPath(line);
+        scene.addItem(item);
+        QCOMPARE(scene.items().size(), 1);
+        QCOMPARE(qgraphicsitem_cast<MiniPathItem*>(scene.items().first()), item);
+        QCOMPARE(item->sceneBoundingRect(), QRectF(-2, -2, 54, 4));
+    }
+};
+
+QTEST_MAIN(TestMiniPathItem)
+#include "tst_minipathitem.moc"
