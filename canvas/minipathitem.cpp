@@ -24,6 +24,7 @@ QPainterPath MiniPathItem::path() const
 void MiniPathItem::setPath(QPainterPath path)
 {
     m_path = std::move(path);
+    invalidateGeometry();
     update(QRectF());
 }
 
@@ -37,25 +38,41 @@ void MiniPathItem::setPen(const QPen& pen)
     m_pen = pen;
     m_pen.setCapStyle(Qt::RoundCap);
     m_pen.setJoinStyle(Qt::RoundJoin);
+    invalidateGeometry();
 }
 
 void MiniPathItem::setPenWidth(int width)
 {
     m_pen.setWidth(width);
+    invalidateGeometry();
+}
+
+void MiniPathItem::invalidateGeometry()
+{
+    m_boundsValid = false;
+    m_shapeValid = false;
 }
 
 QRectF MiniPathItem::boundingRect() const
 {
-    QPainterPathStroker stroker;
-    stroker.setWidth(qreal(pen().width()));
-    return stroker.createStroke(path()).boundingRect();
+    if (!m_boundsValid) {
+        QPainterPathStroker stroker;
+        stroker.setWidth(qreal(m_pen.width()));
+        m_boundingRect = stroker.createStroke(m_path).boundingRect();
+        m_boundsValid = true;
+    }
+    return m_boundingRect;
 }
 
 QPainterPath MiniPathItem::shape() const
 {
-    QPainterPathStroker stroker;
-    stroker.setWidth(pen().width() * 0.5);
-    return stroker.createStroke(path());
+    if (!m_shapeValid) {
+        QPainterPathStroker stroker;
+        stroker.setWidth(m_pen.width() * 0.5);
+        m_shape = stroker.createStroke(m_path);
+        m_shapeValid = true;
+    }
+    return m_shape;
 }
 
 void MiniPathItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget)

@@ -41,7 +41,16 @@ public:
     virtual QPolygonF getPolygon() const;
 
 private:
+    // The scene asks for the bounds at every paint of every item, and the
+    // eraser for the shape at every step; stroking a path is far dearer than
+    // both, so the results are kept until the path or the pen changes.
+    void invalidateGeometry();
+
     QPen m_pen;
     bool m_singlePnt = false;
     QPainterPath m_path;
+    mutable QRectF m_boundingRect;
+    mutable QPainterPath m_shape;
+    mutable bool m_boundsValid = false;
+    mutable bool m_shapeValid = false;
 };

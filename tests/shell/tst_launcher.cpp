@@ -1,6 +1,8 @@
 // The `skeda` launcher as a user starts it, checked from outside through the
 // X server: its window, its frame and what the screen shows.
 
+#include "tests/support/x11desktop.h"
+
 #include <QProcess>
 #include <QtTest>
 
@@ -12,50 +14,9 @@ namespace {
 
 constexpr unsigned long kDesktop = 0x3B6EA5;
 
-// The viewable top-level window whose _NET_WM_PID is pid, or 0.
-Window windowOfProcess(Display* display, qint64 pid)
-{
-    const Atom pidAtom = XInternAtom(display, "_NET_WM_PID", True);
-    if (pidAtom == None)
-        return 0;
-    Window root = 0;
-    Window parent = 0;
-    Window* children = nullptr;
-    unsigned int count = 0;
-    Window found = 0;
-    if (!XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count))
-        return 0;
-    for (unsigned int i = 0; i < count && !found; ++i) {
-        Atom type = None;
-        int format = 0;
-        unsigned long items = 0;
-        unsigned long after = 0;
-        unsigned char* data = nullptr;
-        if (XGetWindowProperty(display, children[i], pidAtom, 0, 1, False, XA_CARDINAL, &type,
-                               &format, &items, &after, &data) == Success &&
-            data && items == 1 && format == 32) {
-            XWindowAttributes attributes;
-            if (*reinterpret_cast<unsigned long*>(data) == static_cast<unsigned long>(pid) &&
-                XGetWindowAttributes(display, children[i], &attributes) &&
-                attributes.map_state == IsViewable && attributes.width > 100)
-                found = children[i];
-        }
-        if (data)
-            XFree(data);
-    }
-    if (children)
-        XFree(children);
-    return found;
-}
-
 unsigned long rootPixel(Display* display, int x, int y)
 {
-    XImage* image = XGetImage(display, DefaultRootWindow(display), x, y, 1, 1, AllPlanes, ZPixmap);
-    if (!image)
-        return ~0ul;
-    const unsigned long pixel = XGetPixel(image, 0, 0) & 0xFFFFFF;
-    XDestroyImage(image);
-    return pixel;
+    return X11Desktop::grabScreen(display, QRect(x, y, 1, 1)).pixel(0, 0) & 0xFFFFFFu;
 }
 
 } // namespace
@@ -69,21 +30,7 @@ private slots:
     {
         m_display = XOpenDisplay(nullptr);
         QVERIFY(m_display);
-        // Paint the desktop a known colour. A compositor draws the desktop
-        // from the pixmap named by _XROOTPMAP_ID, so set that too.
-        const Window root = DefaultRootWindow(m_display);
-        const int screen = DefaultScreen(m_display);
-        const Pixmap tile = XCreatePixmap(m_display, root, 8, 8, DefaultDepth(m_display, screen));
-        GC gc = XCreateGC(m_display, tile, 0, nullptr);
-        XSetForeground(m_display, gc, kDesktop);
-        XFillRectangle(m_display, tile, gc, 0, 0, 8, 8);
-        XFreeGC(m_display, gc);
-        const Atom rootPixmap = XInternAtom(m_display, "_XROOTPMAP_ID", False);
-        XChangeProperty(m_display, root, rootPixmap, XA_PIXMAP, 32, PropModeReplace,
-                        reinterpret_cast<const unsigned char*>(&tile), 1);
-        XSetWindowBackgroundPixmap(m_display, root, tile);
-        XClearWindow(m_display, root);
-        XSync(m_display, False);
+        X11Desktop::paintDesktop(m_display, kDesktop);
     }
 
     void cleanupTestCase()
@@ -100,8 +47,8 @@ private slots:
         QVERIFY(launcher.waitForStarted());
 
         Window board = 0;
-        QTRY_VERIFY_WITH_TIMEOUT((board = windowOfProcess(m_display, launcher.processId())) != 0,
-                                 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (board = X11Desktop::windowOfProcess(m_display, launcher.processId())) != 0, 15000);
 
         XWindowAttributes attributes;
         QVERIFY(XGetWindowAttributes(m_display, board, &attributes));

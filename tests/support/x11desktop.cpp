@@ -1,0 +1,112 @@
+#include "tests/support/x11desktop.h"
+
+#include <QProcess>
+
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+
+namespace X11Desktop {
+
+void paintDesktop(Display* display, unsigned long rgb)
+{
+    const Window root = DefaultRootWindow(display);
+    const int screen = DefaultScreen(display);
+    const Pixmap tile = XCreatePixmap(display, root, 8, 8, DefaultDepth(display, screen));
+    GC gc = XCreateGC(display, tile, 0, nullptr);
+    XSetForeground(display, gc, rgb);
+    XFillRectangle(display, tile, gc, 0, 0, 8, 8);
+    XFreeGC(display, gc);
+    const Atom rootPixmap = XInternAtom(display, "_XROOTPMAP_ID", False);
+    XChangeProperty(display, root, rootPixmap, XA_PIXMAP, 32, PropModeReplace,
+                    reinterpret_cast<const unsigned char*>(&tile), 1);
+    XSetWindowBackgroundPixmap(display, root, tile);
+    XClearWindow(display, root);
+    XSync(display, False);
+}
+
+unsigned long windowOfProcess(Display* display, qint64 pid, int minWidth)
+{
+    const Atom pidAtom = XInternAtom(display, "_NET_WM_PID", True);
+    if (pidAtom == None)
+        return 0;
+    Window root = 0;
+    Window parent = 0;
+    Window* children = nullptr;
+    unsigned int count = 0;
+    Window found = 0;
+    if (!XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count))
+        return 0;
+    for (unsigned int i = 0; i < count && !found; ++i) {
+        Atom type = None;
+        int format = 0;
+        unsigned long items = 0;
+        unsigned long after = 0;
+        unsigned char* data = nullptr;
+        if (XGetWindowProperty(display, children[i], pidAtom, 0, 1, False, XA_CARDINAL, &type,
+                               &format, &items, &after, &data) == Success &&
+            data && items == 1 && format == 32) {
+            XWindowAttributes attributes;
+            if (*reinterpret_cast<unsigned long*>(data) == static_cast<unsigned long>(pid) &&
+                XGetWindowAttributes(display, children[i], &attributes) &&
+                attributes.map_state == IsViewable && attributes.width >= minWidth)
+                found = children[i];
+        }
+        if (data)
+            XFree(data);
+    }
+    if (children)
+        XFree(children);
+    return found;
+}
+
+QImage grabScreen(Display* display, const QRect& area)
+{
+    XImage* image = XGetImage(display, DefaultRootWindow(display), area.x(), area.y(),
+                              unsigned(area.width()), unsigned(area.height()), AllPlanes, ZPixmap);
+    if (!image)
+        return QImage();
+    QImage result(area.size(), QImage::Format_RGB32);
+    for (int y = 0; y < area.height(); ++y) {
+        auto* line = reinterpret_cast<QRgb*>(result.scanLine(y));
+        for (int x = 0; x < area.width(); ++x)
+            line[x] = 0xFF000000u | (XGetPixel(image, x, y) & 0xFFFFFFu);
+    }
+    XDestroyImage(image);
+    return result;
+}
+
+QImage grabScreen(Display* display)
+{
+    const int screen = DefaultScreen(display);
+    return grabScreen(display,
+                      QRect(0, 0, DisplayWidth(display, screen), DisplayHeight(display, screen)));
+}
+
+bool xdotool(const QStringList& arguments)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.start(QStringLiteral("xdotool"), arguments);
+    return process.waitForFinished(30000) && process.exitStatus() == QProcess::NormalExit &&
+           process.exitCode() == 0;
+}
+
+bool drag(const QVector<QPoint>& points)
+{
+    if (points.isEmpty())
+        return false;
+    QStringList arguments{QStringLiteral("mousemove"), QString::number(points.first().x()),
+                          QString::number(points.first().y()), QStringLiteral("mousedown"),
+                          QStringLiteral("1")};
+    for (int i = 1; i < points.size(); ++i) {
+        arguments << QStringLiteral("sleep") << QStringLiteral("0.02")
+                  << QStringLiteral("mousemove") << QString::number(points.at(i).x())
+                  << QString::number(points.at(i).y());
+    }
+    arguments << QStringLiteral("sleep") << QStringLiteral("0.05") << QStringLiteral("mouseup")
+              << QStringLiteral("1");
+    return xdotool(arguments);
+}
+
+} // namespace X11Desktop
