@@ -1,21 +1,18 @@
 #!/usr/bin/env bash
 # Runs a command against a private Xvfb, so that tests see a real X server.
 #
-#   with-xvfb.sh [--size WxH] [--compositor] [--no-shape] -- command [args...]
+#   with-xvfb.sh [--size WxH] [--compositor] -- command [args...]
 #
 # --size        screen size (default 1920x1080), depth 24
 # --compositor  run xcompmgr so that translucent windows show what lies below
-# --no-shape    start the server without the SHAPE extension
 set -euo pipefail
 
 size=1920x1080
 compositor=0
-extra=()
 while [ $# -gt 0 ]; do
   case "$1" in
     --size) size=$2; shift 2 ;;
     --compositor) compositor=1; shift ;;
-    --no-shape) extra+=(-extension SHAPE); shift ;;
     --) shift; break ;;
     *) echo "with-xvfb.sh: unknown option $1" >&2; exit 2 ;;
   esac
@@ -32,7 +29,7 @@ cleanup() {
 trap cleanup EXIT
 
 # Xvfb picks a free display itself and writes its number to the given fd.
-Xvfb -displayfd 3 -screen 0 "${size}x24" -nolisten tcp -noreset "${extra[@]}" \
+Xvfb -displayfd 3 -screen 0 "${size}x24" -nolisten tcp -noreset \
   3>"$workdir/display" >"$workdir/xvfb.log" 2>&1 &
 pids+=($!)
 for _ in $(seq 1 200); do

@@ -4,9 +4,32 @@
 #include "canvas/myminigraphicsview.h"
 #include "common/common.h"
 
+#include <QDebug>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QScreen>
+#include <QX11Info>
+
+#include <X11/Xlib.h>
+#include <X11/extensions/shape.h>
+
+namespace {
+
+// Whether this session can shape a window's input region: an X11 platform
+// whose server has the SHAPE extension. Asked once.
+bool canShapeInput()
+{
+    static const bool supported = [] {
+        if (!QX11Info::isPlatformX11() || !QX11Info::display())
+            return false;
+        int eventBase = 0;
+        int errorBase = 0;
+        return XShapeQueryExtension(QX11Info::display(), &eventBase, &errorBase) != 0;
+    }();
+    return supported;
+}
+
+} // namespace
 
 MainWindow::MainWindow(QWidget* parent)
     : QWidget(parent)
@@ -56,3 +79,46 @@ void MainWindow::showSkeda()
 }
 
 void MainWindow::hideTool() {}
+
+void MainWindow::selectDesktop(bool on)
+{
+    if (on)
+        qDebug() << "qx====";
+    if (!canShapeInput()) {
+        // Without X11 input shapes the window as a whole is made transparent
+        // for input, which Qt does on the platforms that support it.
+        static bool warned = false;
+        if (!warned) {
+            warned = true;
+            qWarning("MainWindow: %s; desktop mode makes the whole board window transparent "
+                     "for input instead of emptying its input shape",
+                     QX11Info::isPlatformX11() ? "the X server has no SHAPE extension"
+                                               : "this is not an X11 session");
+        }
+        if (windowFlags().testFlag(Qt::WindowTransparentForInput) == on)
+            return;
+        const bool visible = isVisible();
+        setWindowFlag(Qt::WindowTransparentForInput, on);
+        if (visible)
+            show();
+        if (!on)
+            update();
+        return;
+    }
+
+    // The input region is the whole window, or nothing: a count of zero
+    // rectangles empties it.
+    auto* rect = new XRectangle;
+    rect->x = 0;
+    rect->y = 0;
+    rect->width = static_cast<unsigned short>(width());
+    rect->height = static_cast<unsigned short>(height());
+    XShapeCombineRectangles(QX11Info::display(), winId(), ShapeInput, 0, 0, rect, on ? 0 : 1,
+                            ShapeSet, YXBanded);
+    // Qt talks to the server through xcb; Xlib's own request buffer is sent
+    // only when flushed.
+    XFlush(QX11Info::display());
+    if (!on)
+        update();
+    delete rect;
+}

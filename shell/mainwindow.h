@@ -25,6 +25,10 @@ public:
     void showSkeda();
     // Folds the toolbar's pop-ups away; called on every press on the canvas.
     void hideTool();
+    // Desktop mode: on, every click and touch over the board falls through to
+    // the windows below while the drawing stays visible; off, the board takes
+    // input over its whole area again.
+    void selectDesktop(bool on);
 
     MyMiniGraphicsView* view() const { return m_view; }
     MyMiniGraphicsScene* scene() const { return m_scene; }

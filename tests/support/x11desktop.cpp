@@ -1,5 +1,7 @@
 #include "tests/support/x11desktop.h"
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QProcess>
 
 #include <X11/Xatom.h>
@@ -88,8 +90,17 @@ bool xdotool(const QStringList& arguments)
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedChannels);
     process.start(QStringLiteral("xdotool"), arguments);
-    return process.waitForFinished(30000) && process.exitStatus() == QProcess::NormalExit &&
-           process.exitCode() == 0;
+    // Keep this process's own windows served while xdotool runs: X events
+    // left queued would be merged (Qt compresses pointer motion).
+    QElapsedTimer timer;
+    timer.start();
+    while (!process.waitForFinished(5)) {
+        QCoreApplication::processEvents();
+        if (timer.hasExpired(30000) || process.state() == QProcess::NotRunning)
+            break;
+    }
+    return process.state() == QProcess::NotRunning &&
+           process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
 bool drag(const QVector<QPoint>& points)

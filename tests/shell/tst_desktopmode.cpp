@@ -1,0 +1,188 @@
+// Desktop mode: the board's X11 input shape emptied and restored, and real
+// clicks falling through to the window below while the drawing stays.
+
+#include "canvas/minipathopermodel.h"
+#include "canvas/myminigraphicsscene.h"
+#include "canvas/myminigraphicsview.h"
+#include "shell/mainwindow.h"
+#include "tests/support/x11desktop.h"
+
+#include <QX11Info>
+#include <QtTest>
+
+#include <X11/Xlib.h>
+#include <X11/extensions/shape.h>
+
+namespace {
+
+// The input-shape rectangles of a window, as the X server has them.
+QVector<QRect> inputShape(QWidget* window)
+{
+    int count = 0;
+    int ordering = 0;
+    XRectangle* rects =
+        XShapeGetRectangles(QX11Info::display(), window->winId(), ShapeInput, &count, &ordering);
+    QVector<QRect> result;
+    for (int i = 0; i < count; ++i)
+        result.append(QRect(rects[i].x, rects[i].y, rects[i].width, rects[i].height));
+    if (rects)
+        XFree(rects);
+    return result;
+}
+
+// A plain window standing for the desktop under the board; it counts clicks.
+class Desktop : public QWidget
+{
+public:
+    int presses = 0;
+    QPoint lastPress;
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override
+    {
+        ++presses;
+        lastPress = event->globalPos();
+    }
+};
+
+QStringList messages;
+void collect(QtMsgType, const QMessageLogContext&, const QString& message)
+{
+    messages.append(message);
+}
+
+} // namespace
+
+class TestDesktopMode : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { messages.clear(); }
+
+    // Run on an X server with the SHAPE extension.
+    void inputShapeIsEmptiedAndRestored()
+    {
+        MainWindow board;
+        board.initUI();
+        board.showSkeda();
+        QVERIFY(QTest::qWaitForWindowExposed(&board));
+        QCOMPARE(inputShape(&board), QVector<QRect>{QRect(0, 0, 1920, 1080)});
+
+        const QtMessageHandler previous = qInstallMessageHandler(collect);
+        board.selectDesktop(true);
+        qInstallMessageHandler(previous);
+        QCOMPARE(messages, QStringList{QStringLiteral("qx====")});
+        QCOMPARE(inputShape(&board), QVector<QRect>());
+
+        // Entering again changes nothing.
+        board.selectDesktop(true);
+        QCOMPARE(inputShape(&board), QVector<QRect>());
+
+        messages.clear();
+        qInstallMessageHandler(collect);
+        board.selectDesktop(false);
+        qInstallMessageHandler(previous);
+        QVERIFY(messages.isEmpty());
+        QCOMPARE(inputShape(&board), QVector<QRect>{QRect(0, 0, 1920, 1080)});
+        board.selectDesktop(false);
+        QCOMPARE(inputShape(&board), QVector<QRect>{QRect(0, 0, 1920, 1080)});
+    }
+
+    // Real clicks (XTEST): in desktop mode a click over a drawn stroke
+    // reaches the window below; after leaving it, dragging draws again.
+    void clicksFallThroughAndDrawingComesBack()
+    {
+        Desktop desktop;
+        desktop.setGeometry(0, 0, 1920, 1080);
+        desktop.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&desktop));
+        MainWindow board;
+        board.initUI();
+        board.showSkeda();
+        QVERIFY(QTest::qWaitForWindowExposed(&board));
+        MyMiniGraphicsScene* scene = board.scene();
+
+        QVERIFY(X11Desktop::drag({{400, 500}, {450, 500}, {500, 500}, {550, 500}, {600, 500}}));
+        QTRY_VERIFY(scene->items().size() > 1);
+        const int drawn = scene->items().size();
+        QCOMPARE(desktop.presses, 0);
+
+        board.selectDesktop(true);
+        QVERIFY(X11Desktop::xdotool({QStringLiteral("mousemove"), QStringLiteral("500"),
+                                     QStringLiteral("500"), QStringLiteral("click"),
+                                     QStringLiteral("1")}));
+        QTRY_COMPARE(desktop.presses, 1);
+        QCOMPARE(desktop.lastPress, QPoint(500, 500));
+        QCOMPARE(scene->items().size(), drawn); // the drawing stays, untouched
+        QVERIFY(board.isVisible());
+
+        board.selectDesktop(false);
+        QVERIFY(X11Desktop::drag({{400, 800}, {500, 800}, {600, 800}, {700, 800}}));
+        QTRY_VERIFY(scene->items().size() > drawn);
+        QCOMPARE(desktop.presses, 1);
+        QCOMPARE(board.view()->pathOperation()->pointMap().value(101).first(), QPointF(400, 800));
+    }
+
+    // Run on an X server without SHAPE: the board falls back to a window that
+    // is transparent for input, says so once, and keeps working.
+    void withoutShapeExtension()
+    {
+        QVERIFY(QX11Info::isPlatformX11());
+        int eventBase = 0;
+        int errorBase = 0;
+        QVERIFY(!XShapeQueryExtension(QX11Info::display(), &eventBase, &errorBase));
+        fallbackWarnsOnceAndKeepsTheBoard(
+            QStringLiteral("MainWindow: the X server has no SHAPE extension; desktop mode makes "
+                           "the whole board window transparent for input instead of emptying "
+                           "its input shape"));
+    }
+
+    // Run on the offscreen platform.
+    void withoutX11()
+    {
+        QVERIFY(!QX11Info::isPlatformX11());
+        fallbackWarnsOnceAndKeepsTheBoard(
+            QStringLiteral("MainWindow: this is not an X11 session; desktop mode makes the whole "
+                           "board window transparent for input instead of emptying its input "
+                           "shape"));
+    }
+
+private:
+    void fallbackWarnsOnceAndKeepsTheBoard(const QString& warning)
+    {
+        MainWindow board;
+        board.initUI();
+        board.showSkeda();
+        QVERIFY(QTest::qWaitForWindowExposed(&board));
+        QWidget* viewport = board.view()->viewport();
+        QTest::mousePress(viewport, Qt::LeftButton, Qt::NoModifier, QPoint(100, 100));
+        QTest::mouseMove(viewport, QPoint(130, 100));
+        QTest::mouseRelease(viewport, Qt::LeftButton, Qt::NoModifier, QPoint(130, 100));
+        const QList<QGraphicsItem*> items = board.scene()->items();
+        QVERIFY(!items.isEmpty());
+
+        const QtMessageHandler previous = qInstallMessageHandler(collect);
+        board.selectDesktop(true);
+        board.selectDesktop(false);
+        board.selectDesktop(true);
+        qInstallMessageHandler(previous);
+        QCOMPARE(messages.count(warning), 1);
+        QCOMPARE(messages.count(QStringLiteral("qx====")), 2);
+        QVERIFY(board.windowFlags().testFlag(Qt::WindowTransparentForInput));
+        QVERIFY(board.isVisible());
+        QCOMPARE(board.scene()->items(), items);
+
+        board.selectDesktop(false);
+        QVERIFY(!board.windowFlags().testFlag(Qt::WindowTransparentForInput));
+        QVERIFY(board.windowFlags().testFlag(Qt::FramelessWindowHint));
+        QVERIFY(board.isVisible());
+        QVERIFY(QTest::qWaitForWindowExposed(&board));
+        QTest::mousePress(viewport, Qt::LeftButton, Qt::NoModifier, QPoint(100, 300));
+        QTest::mouseRelease(viewport, Qt::LeftButton, Qt::NoModifier, QPoint(100, 300));
+        QCOMPARE(board.scene()->items().size(), items.size() + 1);
+    }
+};
+
+QTEST_MAIN(TestDesktopMode)
+#include "tst_desktopmode.moc"
