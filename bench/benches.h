@@ -14,6 +14,7 @@ struct Summary
 {
     double medianUs = 0;
     double p99Us = 0;
+    int samples = 0;
 };
 Summary summarize(QVector<qint64> samples);
 
@@ -26,3 +27,4 @@ MainWindow* createBoard();
 } // namespace Bench
 
 void runPenBench();
+void runEraserBench();

@@ -1,6 +1,6 @@
 // skeda-bench: the cost of the board's hot paths, measured through the real
 // event path on a shown board. Run it on a 1920x1080 X server:
-//   scripts/bench.sh [pen]
+//   scripts/bench.sh [pen] [eraser]
 
 #include "bench/benches.h"
 
@@ -13,6 +13,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace Bench {
@@ -23,8 +24,11 @@ Summary summarize(QVector<qint64> samples)
     if (samples.isEmpty())
         return summary;
     std::sort(samples.begin(), samples.end());
-    summary.medianUs = samples.at(samples.size() / 2) / 1000.0;
-    summary.p99Us = samples.at(qMin(samples.size() - 1, int(samples.size() * 0.99))) / 1000.0;
+    const int n = samples.size();
+    summary.samples = n;
+    summary.medianUs =
+        (n % 2 ? samples.at(n / 2) : (samples.at(n / 2 - 1) + samples.at(n / 2)) / 2.0) / 1000.0;
+    summary.p99Us = samples.at(qBound(0, int(std::ceil(0.99 * n)) - 1, n - 1)) / 1000.0;
     return summary;
 }
 
@@ -59,5 +63,7 @@ int main(int argc, char** argv)
                 app.primaryScreen()->size().height());
     if (wanted("pen"))
         runPenBench();
+    if (wanted("eraser"))
+        runEraserBench();
     return 0;
 }

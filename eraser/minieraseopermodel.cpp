@@ -1,15 +1,438 @@
 #include "eraser/minieraseopermodel.h"
 
+#include "canvas/minipathitem.h"
+#include "canvas/myminigraphicsscene.h"
+#include "canvas/myminigraphicsview.h"
+#include "common/common.h"
+#include "eraser/erasergeometry.h"
+
+#include <QBrush>
+#include <QGraphicsPathItem>
+#include <QGraphicsPixmapItem>
+#include <QMouseEvent>
+#include <QPainterPath>
+#include <QPen>
+#include <QSet>
+#include <QTouchEvent>
+
+#include <cmath>
+
+namespace {
+
+const char* const kEarsePicture = ":/images/minimize/cachuzhuangtai@2x.png";
+// Above every stroke: strokes take their z values from a counter that starts
+// at 0 and grows by one per stroke.
+constexpr qreal kEarseZValue = 9000.0;
+
+// Window systems deliver finite positions; anything else would leave the
+// picture nowhere.
+bool usablePosition(const QPointF& p)
+{
+    if (std::isfinite(p.x()) && std::isfinite(p.y()))
+        return true;
+    qWarning("MiniEraseOperModel: an event position is not a finite number; it is ignored");
+    return false;
+}
+
+void collectDescendants(QGraphicsItem* item, QSet<QGraphicsItem*>& into)
+{
+    const QList<QGraphicsItem*> children = item->childItems();
+    for (QGraphicsItem* child : children) {
+        into.insert(child);
+        collectDescendants(child, into);
+    }
+}
+
+} // namespace
+
 MiniEraseOperModel::MiniEraseOperModel()
     : BaseOperation(PenOperation)
 {
+    Common* common = Common::getInstance();
+    const int height = common->getNewSize(150);
+    const int width = common->getNewSize(100);
+    m_earseSize = QSize(width, height);
+
+    m_earsePixmap = QPixmap(QString::fromLatin1(kEarsePicture));
+    if (m_earsePixmap.isNull()) {
+        // Without its picture the eraser still erases: a transparent picture
+        // keeps the rectangle at its full size.
+        qWarning("MiniEraseOperModel: the eraser picture %s could not be loaded; the eraser is "
+                 "drawn transparent",
+                 kEarsePicture);
+        m_earsePixmap = QPixmap(m_earseSize);
+        m_earsePixmap.fill(Qt::transparent);
+    }
 }
 
-MiniEraseOperModel::~MiniEraseOperModel() = default;
+MiniEraseOperModel::~MiniEraseOperModel()
+{
+    // Items in a scene belong to it; detached ones are ours.
+    if (m_earseItem && !m_earseItem->scene())
+        delete m_earseItem;
+    if (m_earsePathItem && !m_earsePathItem->scene())
+        delete m_earsePathItem;
+}
 
-void MiniEraseOperModel::mousePressEvent(QMouseEvent*) {}
-void MiniEraseOperModel::mouseMoveEvent(QMouseEvent*) {}
-void MiniEraseOperModel::mouseReleaseEvent(QMouseEvent*) {}
-void MiniEraseOperModel::touchBegine(QTouchEvent*) {}
-void MiniEraseOperModel::touchUpdate(QTouchEvent*) {}
-void MiniEraseOperModel::touchEnd(QTouchEvent*) {}
+void MiniEraseOperModel::mousePressEvent(QMouseEvent* e)
+{
+    if (!e || e->button() != Qt::LeftButton)
+        return;
+    const QPointF p(e->pos());
+    initEarse(p);
+    if (!m_scene || !m_earseItem || !m_earsePathItem) {
+        qWarning("MiniEraseOperModel: there is no scene to erase in; the press is ignored");
+        return;
+    }
+    showItems();
+    m_earseItem->setOffset(p);
+    placeEarse(p);
+    m_lastPnt = p;
+    m_curPnt = p;
+    earse();
+}
+
+void MiniEraseOperModel::mouseMoveEvent(QMouseEvent* e)
+{
+    // Moves arrive whatever the button state, also before the first press
+    // has created the picture; those have nothing to move.
+    if (!e || !m_earseItem)
+        return;
+    const QPointF p(e->pos());
+    placeEarse(p);
+    m_curPnt = p;
+    earse();
+    m_lastPnt = p;
+}
+
+void MiniEraseOperModel::mouseReleaseEvent(QMouseEvent* e)
+{
+    Q_UNUSED(e)
+    hideItems();
+}
+
+void MiniEraseOperModel::touchBegine(QTouchEvent* e)
+{
+    if (!e)
+        return;
+    const QList<QTouchEvent::TouchPoint> points = e->touchPoints();
+    if (points.isEmpty()) {
+        qWarning("MiniEraseOperModel: a touch began without touch points; it is ignored");
+        return;
+    }
+    const QTouchEvent::TouchPoint& first = points.first();
+    const QPointF p = first.pos();
+    if (!usablePosition(p))
+        return;
+    initEarse(p);
+    if (!m_scene || !m_earseItem || !m_earsePathItem) {
+        qWarning("MiniEraseOperModel: there is no scene to erase in; the touch is ignored");
+        return;
+    }
+    m_touchId = first.id();
+    m_isTouch = true;
+    m_lastPnt = p;
+    m_curPnt = p;
+    touchPrivate(e);
+}
+
+void MiniEraseOperModel::touchUpdate(QTouchEvent* e)
+{
+    touchPrivate(e);
+}
+
+void MiniEraseOperModel::touchEnd(QTouchEvent* e)
+{
+    Q_UNUSED(e)
+    hideItems();
+    m_isTouch = false;
+}
+
+void MiniEraseOperModel::touchPrivate(QTouchEvent* e)
+{
+    if (!e)
+        return;
+    const QList<QTouchEvent::TouchPoint> points = e->touchPoints();
+    for (const QTouchEvent::TouchPoint& point : points) {
+        if (point.id() != m_touchId)
+            continue;
+        const QPointF p = point.pos();
+        if ((point.state() == Qt::TouchPointPressed || point.state() == Qt::TouchPointMoved) &&
+            !usablePosition(p))
+            continue;
+        switch (point.state()) {
+        case Qt::TouchPointPressed:
+            if (!m_scene || !m_earseItem || !m_earsePathItem)
+                break;
+            showItems();
+            placeEarse(p);
+            m_curPnt = p;
+            m_lastPnt = p;
+            earse();
+            break;
+        case Qt::TouchPointMoved:
+            if (!m_isTouch || !m_earseItem)
+                break;
+            placeEarse(p);
+            m_curPnt = p;
+            earse();
+            m_lastPnt = p;
+            break;
+        default:
+            break;
+        }
+    }
+}
+
+void MiniEraseOperModel::forgetItems(const QList<QGraphicsItem*>& items)
+{
+    for (QGraphicsItem* item : items) {
+        if (!item)
+            continue;
+        if (m_earseItem && item == m_earseItem) {
+            m_earseItem = nullptr;
+            m_earseItemOwner = nullptr;
+        }
+        if (m_earsePathItem && item == m_earsePathItem) {
+            m_earsePathItem = nullptr;
+            m_earsePathItemOwner = nullptr;
+        }
+    }
+}
+
+void MiniEraseOperModel::initEarse(QPointF const& pos)
+{
+    if (!m_scene)
+        return;
+
+    if (!m_earseItem) {
+        QPixmap scaled =
+            m_earsePixmap.scaled(m_earseSize, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+        // The picture file is drawn at twice the design size and named
+        // "@2x", so Qt loads it with a device pixel ratio of 2. The eraser
+        // has its own size in scene pixels; the ratio must not halve it.
+        scaled.setDevicePixelRatio(1.0);
+        m_earseItem = new QGraphicsPixmapItem();
+        m_earseItem->setZValue(kEarseZValue);
+        m_earseItem->setPixmap(scaled);
+        m_earseItem->setOffset(pos);
+        const QRectF bounds = m_earseItem->boundingRect();
+        m_halfWidth = truncToInt(0.5 * bounds.width());
+        m_halfHeight = truncToInt(0.5 * bounds.height());
+    }
+
+    if (!m_earsePathItem) {
+        m_earsePathItem = new QGraphicsPathItem();
+        m_earsePathItem->setPen(QPen(QBrush(Qt::white, Qt::SolidPattern), 2.0, Qt::SolidLine,
+                                     Qt::SquareCap, Qt::BevelJoin));
+        // Shown only within a step, while the collisions are looked up.
+        m_earsePathItem->setVisible(false);
+    }
+
+    watchScene();
+}
+
+void MiniEraseOperModel::earse()
+{
+    if (!m_earseItem || !m_earsePathItem)
+        return;
+
+    const QRectF rect = m_earseItem->boundingRect();
+    QPainterPath path;
+    getEarsePath(path, rect, m_lastPnt, m_curPnt);
+
+    m_earsePathItem->setPath(path);
+    m_earsePathItem->setVisible(true);
+    m_earsePathItem->update();
+
+    const QPolygonF area = path.toFillPolygon(QTransform());
+
+    // Outside a scene the probe collides with nothing.
+    const QList<QGraphicsItem*> candidates =
+        m_earsePathItem->collidingItems(Qt::IntersectsItemShape);
+    // Children go with a deleted stroke; their entries must not be touched.
+    QSet<QGraphicsItem*> deleted;
+    for (QGraphicsItem* candidate : candidates) {
+        if (deleted.contains(candidate))
+            continue;
+        auto* stroke = dynamic_cast<MiniPathItem*>(candidate);
+        // A child's path is in its parent's coordinates, not in the scene's
+        // where the swept area lies; only top-level strokes are cut.
+        if (!stroke || stroke->parentItem())
+            continue;
+        const QList<QPolygonF> pieces = cutPolygon(stroke->getPolygon(), area);
+        if (pieces.isEmpty())
+            collectDescendants(stroke, deleted);
+        applyPieces(stroke, pieces);
+    }
+
+    m_earsePathItem->setVisible(false);
+    // The cut items shrank without announcing it; repaint all of the board.
+    if (m_scene)
+        m_scene->update(QRectF());
+}
+
+QList<QPolygonF> MiniEraseOperModel::cutPolygon(const QPolygonF& pts, const QPolygonF& area)
+{
+    QList<QPolygonF> pieces;
+    for (int i = 0; i + 1 < pts.size(); ++i) {
+        const QPointF& s = pts.at(i);
+        const QPointF& e = pts.at(i + 1);
+
+        // The segment's integer box, as QPolygon(QRect(left, top, width,
+        // height), true) would give it, built in doubles so that no integer
+        // sum can overflow. Under one unit along an axis it has no extent.
+        const int left = truncToInt(qMin(s.x(), e.x()));
+        const int top = truncToInt(qMin(s.y(), e.y()));
+        const int width = truncToInt(std::fabs(s.x() - e.x()));
+        const int height = truncToInt(std::fabs(s.y() - e.y()));
+        const double l = left;
+        const double t = top;
+        const double r = l + width;
+        const double b = t + height;
+        const QPolygonF box(
+            {QPointF(l, t), QPointF(r, t), QPointF(r, b), QPointF(l, b), QPointF(l, t)});
+
+        // Both ends among the area's corners: erased. This tests the vertex
+        // list on purpose, not the geometry.
+        const bool sIsVertex = area.contains(s);
+        const bool eIsVertex = area.contains(e);
+        if (sIsVertex && eIsVertex)
+            continue;
+
+        const bool hit = area.intersects(box) || sIsVertex || eIsVertex;
+        if (hit) {
+            intersectNewRect(s, e, area, pieces);
+            continue;
+        }
+
+        // Untouched: kept whole, extending the last piece when it ends at s.
+        if (!pieces.isEmpty() && !pieces.last().isEmpty() && pieces.last().last() == s)
+            pieces.last().append(e);
+        else
+            pieces.append(QPolygonF(QVector<QPointF>{s, e}));
+    }
+    return pieces;
+}
+
+void MiniEraseOperModel::applyPieces(MiniPathItem* item, const QList<QPolygonF>& pieces)
+{
+    if (!item)
+        return;
+    if (item->parentItem()) {
+        qWarning("MiniEraseOperModel: a stroke item with a parent item cannot be cut; left as "
+                 "it is");
+        return;
+    }
+
+    if (pieces.isEmpty()) {
+        removeStroke(item);
+        return;
+    }
+
+    QPainterPath firstPath;
+    firstPath.addPolygon(pieces.first());
+    item->setPath(firstPath);
+
+    const QPen pen = item->pen();
+    // Deliberately the integer part, the same for every new piece; the pieces
+    // take no fresh value from the scene's counter.
+    const int z = truncToInt(item->zValue());
+    QGraphicsScene* scene = item->scene();
+    for (int k = 1; k < pieces.size(); ++k) {
+        const QPolygonF& piece = pieces.at(k);
+        if (piece.size() < 2)
+            continue;
+        if (!scene) {
+            qWarning("MiniEraseOperModel: the cut stroke is in no scene; its further pieces are "
+                     "dropped");
+            return;
+        }
+        QPainterPath piecePath;
+        piecePath.addPolygon(piece);
+        auto* pieceItem = new MiniPathItem();
+        pieceItem->setPen(pen);
+        pieceItem->setPath(piecePath);
+        pieceItem->setZValue(z);
+        scene->addItem(pieceItem);
+    }
+}
+
+void MiniEraseOperModel::showItems()
+{
+    addToScene(m_earseItem, m_earseItemOwner);
+    addToScene(m_earsePathItem, m_earsePathItemOwner);
+}
+
+void MiniEraseOperModel::hideItems()
+{
+    removeFromScene(m_earseItem, m_earseItemOwner);
+    removeFromScene(m_earsePathItem, m_earsePathItemOwner);
+}
+
+void MiniEraseOperModel::addToScene(QGraphicsItem* item, QObject*& owner)
+{
+    if (!item || !m_scene)
+        return;
+    QGraphicsScene* current = item->scene();
+    if (current != m_scene) {
+        if (current)
+            current->removeItem(item);
+        m_scene->addItem(item);
+    }
+    owner = m_scene;
+    watchScene();
+}
+
+void MiniEraseOperModel::removeFromScene(QGraphicsItem* item, QObject*& owner)
+{
+    if (item) {
+        if (QGraphicsScene* current = item->scene())
+            current->removeItem(item);
+    }
+    owner = nullptr;
+}
+
+void MiniEraseOperModel::placeEarse(const QPointF& centre)
+{
+    m_earseItem->setOffset(centre.x() - m_halfWidth, centre.y() - m_halfHeight);
+}
+
+void MiniEraseOperModel::removeStroke(MiniPathItem* item)
+{
+    // Through the view, so that the pen operation forgets the item first.
+    if (m_view) {
+        m_view->deleteItems({item});
+        return;
+    }
+    if (QGraphicsScene* scene = item->scene())
+        scene->removeItem(item);
+    delete item;
+}
+
+void MiniEraseOperModel::watchScene()
+{
+    if (!m_scene)
+        return;
+    QObject::connect(m_scene, &QObject::destroyed, this, &MiniEraseOperModel::sceneDestroyed,
+                     Qt::UniqueConnection);
+    m_watchedScene = m_scene;
+}
+
+void MiniEraseOperModel::sceneDestroyed(QObject* scene)
+{
+    // Only addresses are compared: the scene is already gone, and with it
+    // every item it held.
+    if (scene == m_earseItemOwner) {
+        m_earseItem = nullptr;
+        m_earseItemOwner = nullptr;
+    }
+    if (scene == m_earsePathItemOwner) {
+        m_earsePathItem = nullptr;
+        m_earsePathItemOwner = nullptr;
+    }
+    if (scene == m_watchedScene) {
+        m_scene = nullptr;
+        m_watchedScene = nullptr;
+    }
+}
