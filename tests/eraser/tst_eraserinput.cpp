@@ -10,13 +10,13 @@
 #include "eraser/minieraseopermodel.h"
 #include "shell/mainwindow.h"
 
+#include <QDir>
 #include <QGraphicsPixmapItem>
 #include <QGuiApplication>
 #include <QPainterPath>
 #include <QProcess>
 #include <QScreen>
 #include <QStandardPaths>
-#include <QDir>
 #include <QtTest>
 
 #include <algorithm>
