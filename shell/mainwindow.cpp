@@ -3,6 +3,8 @@
 #include "canvas/myminigraphicsscene.h"
 #include "canvas/myminigraphicsview.h"
 #include "common/common.h"
+#include "screenshot/screenshot.h"
+#include "toolbar/skedatool.h"
 
 #include <QDebug>
 #include <QGuiApplication>
@@ -52,6 +54,50 @@ MainWindow::MainWindow(QWidget* parent)
     m_view->setStyleSheet(
         QStringLiteral("QGraphicsView{background-color: transparent; border: none;}"));
     setAttribute(Qt::WA_TranslucentBackground);
+
+    createTool(deskSize.height());
+}
+
+void MainWindow::createTool(int deskHeight)
+{
+    Common* common = Common::getInstance();
+    // A tool window of its own: not clipped by the board and not affected by
+    // the board's input shape.
+    m_tool = new SkedaTool(this);
+    m_tool->move(common->getNewSize(80), deskHeight - common->getNewSize(80) - m_tool->height());
+    m_tool->resizeWidget();
+    m_tool->setMainWidget(this);
+    m_tool->show();
+
+    connect(m_tool, &SkedaTool::sigClose, this, [this] {
+        close();
+        m_tool->hide();
+        emit sigSkedaClose();
+    });
+    connect(m_tool, &SkedaTool::sigPen, this, [this] {
+        selectDesktop(false);
+        m_view->setTool(MyMiniGraphicsView::PenTool);
+    });
+    connect(m_tool, &SkedaTool::sigEraseBtn, this, [this] {
+        selectDesktop(false);
+        m_view->setTool(MyMiniGraphicsView::EraseTool);
+    });
+    connect(m_tool, &SkedaTool::sigSelectDesktop, this, [this] { selectDesktop(true); });
+    connect(m_tool, &SkedaTool::sigClear, this, [this] { m_view->clearAllItem(); });
+    connect(m_tool, &SkedaTool::sigScreenShot, this, [this] { startScreenShot(); });
+}
+
+void MainWindow::startScreenShot()
+{
+    // A new overlay per command; it deletes itself when done or cancelled,
+    // and dies with the board otherwise.
+    auto* shot = new ScreenShot(&m_pixmap, this);
+    connect(shot, &ScreenShot::newPixmap, this, [this] {
+        close();
+        m_tool->hide();
+        emit sigScreenShotPixmap(m_pixmap);
+    });
+    shot->show();
 }
 
 MainWindow::~MainWindow() = default;
@@ -76,9 +122,15 @@ void MainWindow::initUI()
 void MainWindow::showSkeda()
 {
     show();
+    if (m_tool)
+        m_tool->show();
 }
 
-void MainWindow::hideTool() {}
+void MainWindow::hideTool()
+{
+    if (m_tool)
+        m_tool->hideTool();
+}
 
 void MainWindow::selectDesktop(bool on)
 {

@@ -39,6 +39,11 @@ signals:
     void sigScreenShotPixmap(QPixmap pix);
 
 private:
+    // Creates the floating toolbar near the lower-left corner of the screen
+    // and turns its commands into actions on the board.
+    void createTool(int deskHeight);
+    void startScreenShot();
+
     MyMiniGraphicsView* m_view = nullptr;
     MyMiniGraphicsScene* m_scene = nullptr;
     QHBoxLayout* m_layout = nullptr;

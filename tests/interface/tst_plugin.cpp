@@ -162,6 +162,31 @@ private slots:
         QCOMPARE(closed.count(), 1);
     }
 
+    // The user's close command, from the board's toolbar, reaches the host
+    // once, with board and toolbar already hidden.
+    void closeCommandReachesTheHostOnce()
+    {
+        auto* board = qobject_cast<SkedaInterFace*>(m_loader.instance());
+        QWidget* window = board->createWidget(nullptr);
+        board->createWidget(nullptr);
+        board->showSkeda();
+        QWidget* toolbar = nullptr;
+        for (QWidget* child : window->findChildren<QWidget*>()) {
+            if (qstrcmp(child->metaObject()->className(), "SkedaTool") == 0)
+                toolbar = child;
+        }
+        QVERIFY(toolbar);
+        QVERIFY(toolbar->isVisible());
+        QSignalSpy closed(board, &SkedaInterFace::sigSkedaClose);
+        bool hiddenFirst = false;
+        QObject scope; // the check lives as long as this test
+        connect(board, &SkedaInterFace::sigSkedaClose, &scope,
+                [&] { hiddenFirst = !window->isVisible() && !toolbar->isVisible(); });
+        QVERIFY(QMetaObject::invokeMethod(toolbar, "sigClose"));
+        QCOMPARE(closed.count(), 1);
+        QVERIFY(hiddenFirst);
+    }
+
     void windowOutlivesThePluginObject()
     {
         QPointer<QObject> instance = m_loader.instance();
