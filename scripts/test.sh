@@ -14,8 +14,11 @@ run_suite() {
   local name=$1 dir=$2
   shift 2
   echo "== $name build"
+  local start=$SECONDS
   "$root/scripts/build.sh" "$@" || { echo "== $name build failed"; status=1; return; }
+  echo "== $name build took $((SECONDS - start)) s"
   echo "== $name tests"
+  start=$SECONDS
   local log
   log=$(mktemp)
   (cd "$dir" && ctest --output-on-failure -j2 --timeout 600) | tee "$log"
@@ -27,6 +30,7 @@ run_suite() {
   passed=$((passed + total - bad))
   failed=$((failed + bad))
   rm -f "$log"
+  echo "== $name tests took $((SECONDS - start)) s"
 }
 
 run_suite normal "$root/build"
