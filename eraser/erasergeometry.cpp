@@ -32,10 +32,13 @@ void addJoined(QList<QPolygonF>& out, const QPointF& first, const QPointF& secon
 }
 
 // The crossing of the segment with the edge, if they really cross (ends
-// included). Parallel or degenerate lines never cross.
+// included). Parallel or degenerate lines never cross. For lines of tiny
+// extent (around 1e-300) QLineF::intersects divides by a denormal and can
+// report a bounded crossing at NaN; that is no crossing.
 bool boundedCrossing(const QLineF& segment, const QLineF& edge, QPointF* crossing)
 {
-    return segment.intersects(edge, crossing) == QLineF::BoundedIntersection;
+    return segment.intersects(edge, crossing) == QLineF::BoundedIntersection &&
+           std::isfinite(crossing->x()) && std::isfinite(crossing->y());
 }
 
 // QPainterPath silently drops points beyond 1e128 (and non-finite ones),
