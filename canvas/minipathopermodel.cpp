@@ -50,6 +50,17 @@ bool movedEnough(const QPointF& from, const QPointF& to)
     return QLineF(truncated(from), truncated(to)).length() >= kMinMove;
 }
 
+// Removes every entry but the mouse's.
+template<typename Map> void eraseTouchEntries(Map& map)
+{
+    for (auto it = map.begin(); it != map.end();) {
+        if (it.key() == MiniPathOpermodel::MouseStrokeId)
+            ++it;
+        else
+            it = map.erase(it);
+    }
+}
+
 } // namespace
 
 MiniPathOpermodel::MiniPathOpermodel()
@@ -91,6 +102,7 @@ void MiniPathOpermodel::touchBegine(QTouchEvent* e)
 {
     if (!e || !m_scene)
         return;
+    forgetTouchStrokes();
     m_isTouch = true;
     touchPrivate(e);
 }
@@ -140,6 +152,19 @@ void MiniPathOpermodel::forgetReleasedTouches(QTouchEvent* e)
         m_curItemMap.remove(point.id());
         m_itemMap.remove(point.id());
     }
+}
+
+// A touch sequence begins with no finger down, so the touch strokes the pen
+// still keeps are over: their release went to another tool (the tool was
+// switched while the finger was down) or never came (a cancelled sequence).
+// Without this their entries would stay for as long as the board lives. The
+// mouse's id is kept.
+void MiniPathOpermodel::forgetTouchStrokes()
+{
+    eraseTouchEntries(m_pntMap);
+    eraseTouchEntries(m_pathMap);
+    eraseTouchEntries(m_curItemMap);
+    eraseTouchEntries(m_itemMap);
 }
 
 void MiniPathOpermodel::pressPrivate(int id, const QPointF& scenePos)

@@ -58,6 +58,7 @@ public:
 private:
     void touchPrivate(QTouchEvent* e);
     void forgetReleasedTouches(QTouchEvent* e);
+    void forgetTouchStrokes();
     void pressPrivate(int id, const QPointF& scenePos);
     void updatePos(int id, const QPointF& scenePos);
     void PntListChanged(int id);

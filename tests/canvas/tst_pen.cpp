@@ -418,6 +418,38 @@ private slots:
         sendTouch(QEvent::TouchEnd, {{3, Qt::TouchPointReleased, {420, 100}, {420, 100}}});
     }
 
+    // Found by the soak test (tests/soak): a finger lifted while the eraser
+    // was the active tool never reached the pen, which kept its entries for
+    // as long as the board lived, one more for every such finger. The next
+    // touch sequence drops them; the mouse's stroke and all ink stay.
+    void fingerLiftedUnderAnotherToolIsForgotten()
+    {
+        sendTouch(QEvent::TouchBegin, {{5, Qt::TouchPointPressed, {100, 100}, {100, 100}}});
+        sendTouch(QEvent::TouchUpdate, {{5, Qt::TouchPointMoved, {140, 100}, {100, 100}}});
+        m_window->view()->setTool(MyMiniGraphicsView::EraseTool);
+        sendTouch(QEvent::TouchEnd, {{5, Qt::TouchPointReleased, {140, 100}, {140, 100}}});
+        m_window->view()->setTool(MyMiniGraphicsView::PenTool);
+        QVERIFY(m_pen->pointMap().contains(5));
+        QVERIFY(m_pen->itemMap().contains(5));
+        const int ink = strokeItems(m_window->scene()).size();
+        QVERIFY(ink > 0);
+
+        QTest::mousePress(viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(500, 500));
+        sendTouch(QEvent::TouchBegin, {{6, Qt::TouchPointPressed, {300, 300}, {300, 300}}});
+        QCOMPARE(m_pen->pointMap().keys(), (QList<int>{6, 101}));
+        QCOMPARE(m_pen->pathMap().keys(), (QList<int>{6, 101}));
+        QCOMPARE(m_pen->curItemMap().keys(), (QList<int>{6, 101}));
+        QCOMPARE(m_pen->itemMap().keys(), (QList<int>{6, 101}));
+        sendTouch(QEvent::TouchEnd, {{6, Qt::TouchPointReleased, {300, 300}, {300, 300}}});
+        QCOMPARE(m_pen->pointMap().keys(), QList<int>{101});
+        QCOMPARE(strokeItems(m_window->scene()).size(), ink + 2); // two dots
+
+        // The mouse stroke goes on.
+        QTest::mouseMove(viewport(), QPoint(540, 500));
+        QCOMPARE(m_pen->pointMap().value(101).size(), 2);
+        QTest::mouseRelease(viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(540, 500));
+    }
+
     void mergeAndFlatten()
     {
         QPainterPath base;
