@@ -5,10 +5,16 @@
 
 #include <QApplication>
 #include <QByteArray>
+#include <QX11Info>
 
 #include <X11/Xlib.h>
+#include <xcb/xcb.h>
 
+#include <unistd.h>
+
+#include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -49,6 +55,36 @@ bool displayReachable(int argc, char** argv)
     return true;
 }
 
+// The X connection of the running board; null before the application exists
+// and once its event loop has returned.
+std::atomic<xcb_connection_t*> s_connection{nullptr};
+
+[[noreturn]] void lostDisplay()
+{
+    static const char message[] = "skeda: lost the connection to the X display\n";
+    const ssize_t written = write(STDERR_FILENO, message, sizeof message - 1);
+    static_cast<void>(written);
+    _exit(1);
+}
+
+// Xlib's report of a broken connection (the board's own SHAPE calls and GLX
+// go through Xlib). Its default handler calls exit(), as below.
+int onXlibIOError(Display*)
+{
+    lostDisplay();
+}
+
+// Qt's xcb platform notices a broken connection on its own, warns and calls
+// exit(1) from inside the event loop, with the board still on main()'s stack:
+// the library's static objects would then be destroyed under live windows.
+// End here instead, at once and with one clear line.
+void endIfDisplayLost()
+{
+    xcb_connection_t* connection = s_connection.load();
+    if (connection && xcb_connection_has_error(connection))
+        lostDisplay();
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -58,8 +94,15 @@ int main(int argc, char** argv)
         return 1;
 
     QApplication app(argc, argv);
+    if (QX11Info::isPlatformX11() && QX11Info::connection()) {
+        XSetIOErrorHandler(onXlibIOError);
+        s_connection = QX11Info::connection();
+        std::atexit(endIfDisplayLost);
+    }
     MainWindow window(nullptr);
     window.initUI();
     window.show();
-    return app.exec();
+    const int status = app.exec();
+    s_connection = nullptr;
+    return status;
 }
