@@ -8,6 +8,15 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
+namespace {
+
+int ignoreError(Display*, XErrorEvent*)
+{
+    return 0;
+}
+
+} // namespace
+
 namespace X11Desktop {
 
 void paintDesktop(Display* display, unsigned long rgb)
@@ -37,8 +46,15 @@ unsigned long windowOfProcess(Display* display, qint64 pid, int minWidth)
     Window* children = nullptr;
     unsigned int count = 0;
     Window found = 0;
-    if (!XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count))
+    // A window may go between the listing and the questions about it (a
+    // popup closing, another client ending); Xlib's default handler would end
+    // the whole test on the BadWindow that follows.
+    XSync(display, False);
+    const XErrorHandler previous = XSetErrorHandler(ignoreError);
+    if (!XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count)) {
+        XSetErrorHandler(previous);
         return 0;
+    }
     for (unsigned int i = 0; i < count && !found; ++i) {
         Atom type = None;
         int format = 0;
@@ -59,6 +75,8 @@ unsigned long windowOfProcess(Display* display, qint64 pid, int minWidth)
     }
     if (children)
         XFree(children);
+    XSync(display, False);
+    XSetErrorHandler(previous);
     return found;
 }
 
