@@ -13,6 +13,8 @@ packages=(
   fonts-wqy-microhei
   # a virtual X server, real input and X tools for the tests and the headless run
   xvfb xauth xdotool x11-utils x11-xserver-utils xcompmgr imagemagick
+  # RandR, for the test of a screen that changes size
+  libxrandr-dev
   # the launcher's 128x128 icon, rendered from its SVG at build time
   librsvg2-bin
 )

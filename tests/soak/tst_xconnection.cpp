@@ -1,0 +1,185 @@
+// The X server going away under the `skeda` launcher: the test starts an X
+// server of its own, runs the launcher on it, brings the board into a state
+// (idle, drawing, desktop mode, pen popup open), kills the server and checks
+// that the launcher ends by itself with one clear line on stderr, a non-zero
+// exit code and no crash (no core dump: it was not killed by a signal).
+
+#include "tests/support/x11desktop.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <X11/Xlib.h>
+
+namespace {
+
+// An Xvfb of the test's own, which the test may kill.
+class PrivateServer
+{
+public:
+    ~PrivateServer() { stop(); }
+
+    bool start()
+    {
+        if (!m_dir.isValid())
+            return false;
+        const QString displayFile = m_dir.filePath(QStringLiteral("display"));
+        // Xvfb picks a free display and writes its number to fd 3.
+        m_process.start(QStringLiteral("/bin/sh"),
+                        {QStringLiteral("-c"),
+                         QStringLiteral("exec Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten "
+                                        "tcp -noreset 3>\"$0\" 2>/dev/null"),
+                         displayFile});
+        if (!m_process.waitForStarted())
+            return false;
+        for (int i = 0; i < 200; ++i) {
+            QFile file(displayFile);
+            if (file.open(QIODevice::ReadOnly)) {
+                const QByteArray number = file.readAll().trimmed();
+                if (!number.isEmpty()) {
+                    m_name = QStringLiteral(":") + QString::fromLatin1(number);
+                    return true;
+                }
+            }
+            if (m_process.state() == QProcess::NotRunning)
+                return false;
+            QTest::qWait(50);
+        }
+        return false;
+    }
+
+    QString name() const { return m_name; }
+
+    void kill(bool hard)
+    {
+        if (hard)
+            m_process.kill();
+        else
+            m_process.terminate();
+        m_process.waitForFinished(5000);
+    }
+
+    void stop()
+    {
+        if (m_process.state() != QProcess::NotRunning)
+            kill(true);
+    }
+
+private:
+    QTemporaryDir m_dir;
+    QProcess m_process;
+    QString m_name;
+};
+
+bool xdotoolOn(const QString& display, const QStringList& arguments, QProcess* async = nullptr)
+{
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("DISPLAY"), display);
+    if (async) {
+        async->setProcessEnvironment(env);
+        async->start(QStringLiteral("xdotool"), arguments);
+        return async->waitForStarted();
+    }
+    QProcess xdotool;
+    xdotool.setProcessEnvironment(env);
+    xdotool.start(QStringLiteral("xdotool"), arguments);
+    return xdotool.waitForFinished(10000) && xdotool.exitCode() == 0;
+}
+
+QStringList clickAt(int x, int y)
+{
+    return {QStringLiteral("mousemove"), QString::number(x), QString::number(y),
+            QStringLiteral("click"), QStringLiteral("1")};
+}
+
+} // namespace
+
+class TestXConnection : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void serverDies_data()
+    {
+        QTest::addColumn<QString>("state");
+        QTest::addColumn<bool>("hard");
+        QTest::newRow("idle, SIGTERM") << QStringLiteral("idle") << false;
+        QTest::newRow("idle, SIGKILL") << QStringLiteral("idle") << true;
+        QTest::newRow("while drawing") << QStringLiteral("drawing") << true;
+        QTest::newRow("in desktop mode") << QStringLiteral("desktop") << true;
+        QTest::newRow("pen popup open") << QStringLiteral("popup") << true;
+        QTest::newRow("screenshot overlay open") << QStringLiteral("screenshot") << true;
+    }
+
+    void serverDies()
+    {
+        QFETCH(QString, state);
+        QFETCH(bool, hard);
+
+        PrivateServer server;
+        QVERIFY(server.start());
+
+        QProcess launcher;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("DISPLAY"), server.name());
+        env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+        launcher.setProcessEnvironment(env);
+        launcher.start(QStringLiteral(SKEDA_LAUNCHER_FILE), QStringList());
+        QVERIFY(launcher.waitForStarted());
+
+        // The board is up once its window is mapped; the test's own
+        // connection is closed again before the server goes.
+        Display* display = XOpenDisplay(qPrintable(server.name()));
+        QVERIFY(display);
+        unsigned long board = 0;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (board = X11Desktop::windowOfProcess(display, launcher.processId())) != 0, 20000);
+        XCloseDisplay(display);
+        QTest::qWait(300);
+
+        // The toolbar sits at (80, 932): select at x 181, pen 241, eraser 301,
+        // screenshot 361, all at y 966.
+        QProcess drawing;
+        if (state == QLatin1String("drawing")) {
+            QStringList moves{QStringLiteral("mousemove"), QStringLiteral("300"),
+                              QStringLiteral("300"), QStringLiteral("mousedown"),
+                              QStringLiteral("1")};
+            for (int i = 1; i <= 400; ++i) {
+                moves << QStringLiteral("mousemove") << QString::number(300 + i * 3)
+                      << QString::number(300 + (i % 50) * 4) << QStringLiteral("sleep")
+                      << QStringLiteral("0.005");
+            }
+            QVERIFY(xdotoolOn(server.name(), moves, &drawing));
+            QTest::qWait(400);
+        } else if (state == QLatin1String("desktop")) {
+            QVERIFY(xdotoolOn(server.name(), clickAt(181, 966)));
+        } else if (state == QLatin1String("popup")) {
+            QVERIFY(xdotoolOn(server.name(), clickAt(241, 966)));
+            QVERIFY(xdotoolOn(server.name(), clickAt(241, 966)));
+        } else if (state == QLatin1String("screenshot")) {
+            QVERIFY(xdotoolOn(server.name(), clickAt(361, 966)));
+            QStringList drag{QStringLiteral("mousemove"), QStringLiteral("400"),
+                             QStringLiteral("300"),       QStringLiteral("mousedown"),
+                             QStringLiteral("1"),         QStringLiteral("mousemove"),
+                             QStringLiteral("700"),       QStringLiteral("500"),
+                             QStringLiteral("mouseup"),   QStringLiteral("1")};
+            QVERIFY(xdotoolOn(server.name(), drag));
+        }
+        QTest::qWait(300);
+        QCOMPARE(launcher.state(), QProcess::Running);
+
+        server.kill(hard);
+        QVERIFY2(launcher.waitForFinished(20000), "the launcher did not end");
+        drawing.waitForFinished(5000);
+
+        const QByteArray err = launcher.readAllStandardError();
+        QCOMPARE(launcher.exitStatus(), QProcess::NormalExit); // no signal, no core dump
+        QCOMPARE(launcher.exitCode(), 1);
+        QVERIFY2(err.endsWith("skeda: lost the connection to the X display\n"), err.right(400));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestXConnection)
+#include "tst_xconnection.moc"
