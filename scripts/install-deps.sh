@@ -15,6 +15,8 @@ packages=(
   xvfb xauth xdotool x11-utils x11-xserver-utils xcompmgr imagemagick
   # RandR, for the test of a screen that changes size
   libxrandr-dev
+  # libFuzzer: clang and its runtime
+  clang libclang-rt-14-dev
   # the launcher's 128x128 icon, rendered from its SVG at build time
   librsvg2-bin
 )

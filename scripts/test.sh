@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds everything and runs every test twice: in
 # the normal build and in the sanitizer build (AddressSanitizer with leak
-# checks, UndefinedBehaviorSanitizer). Exits non-zero on any failure.
+# checks, UndefinedBehaviorSanitizer); then fuzzes the geometry for a short
+# while (SKEDA_FUZZ_SECONDS per target, default 15). Exits non-zero on any
+# failure.
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 
@@ -35,6 +37,22 @@ run_suite() {
 
 run_suite normal "$root/build"
 run_suite sanitizer "$root/build-asan" --sanitize
+
+# A short fuzz run of each geometry target (clang, libFuzzer, sanitizers);
+# every target counts as one test. scripts/fuzz.sh documents the long run.
+fuzz_seconds=${SKEDA_FUZZ_SECONDS:-15}
+echo "== fuzzing, $fuzz_seconds s per target"
+start=$SECONDS
+log=$(mktemp)
+"$root/scripts/fuzz.sh" "$fuzz_seconds" | tee "$log"
+[ "${PIPESTATUS[0]}" -eq 0 ] || status=1
+fuzz_passed=$(sed -n 's/^fuzz: \([0-9]*\) passed, \([0-9]*\) failed$/\1/p' "$log" | tail -n1)
+fuzz_failed=$(sed -n 's/^fuzz: \([0-9]*\) passed, \([0-9]*\) failed$/\2/p' "$log" | tail -n1)
+[ -n "$fuzz_passed" ] || { fuzz_passed=0; fuzz_failed=1; status=1; }
+passed=$((passed + fuzz_passed))
+failed=$((failed + fuzz_failed))
+rm -f "$log"
+echo "== fuzzing took $((SECONDS - start)) s"
 
 echo "tests: $passed passed, $failed failed"
 exit $status
