@@ -1,19 +1,16 @@
 #pragma once
 
 #include "screenshot/screenshot.h"
+#include "tests/support/pixelcheck.h"
 
 #include <QApplication>
-#include <QColor>
 #include <QCoreApplication>
 #include <QDesktopWidget>
 #include <QImage>
 #include <QMouseEvent>
-#include <QPainter>
 #include <QString>
 #include <QWidget>
 #include <QtTest>
-
-#include <cstdlib>
 
 // Helpers shared by the screenshot overlay's tests.
 namespace ShotTest {
@@ -28,34 +25,16 @@ inline QRect desktop()
 // any window background, unpremultiplied so that colours read as painted.
 inline QImage render(QWidget* widget)
 {
-    QImage image(widget->size(), QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    widget->render(&painter, QPoint(), QRegion(), QWidget::DrawChildren);
-    painter.end();
-    return image.convertToFormat(QImage::Format_ARGB32);
+    return PixelCheck::render(*widget).convertToFormat(QImage::Format_ARGB32);
 }
 
-inline QString describe(const QImage& image, int x, int y)
-{
-    const QRgb p = image.pixel(x, y);
-    return QStringLiteral("(%1, %2): r %3 g %4 b %5 a %6")
-        .arg(x)
-        .arg(y)
-        .arg(qRed(p))
-        .arg(qGreen(p))
-        .arg(qBlue(p))
-        .arg(qAlpha(p));
-}
+using PixelCheck::describe;
 
-// Whether the unpremultiplied pixel is r, g, b (within colourTolerance) at
-// alpha a (within alphaTolerance).
-inline bool near(const QImage& image, int x, int y, int r, int g, int b, int a,
-                 int colourTolerance = 1, int alphaTolerance = 0)
+// Whether the unpremultiplied pixel is r, g, b (within 1, for the rounding of
+// unpremultiplying) at exactly alpha a.
+inline bool near(const QImage& image, int x, int y, int r, int g, int b, int a)
 {
-    const QRgb p = image.pixel(x, y);
-    return std::abs(qRed(p) - r) <= colourTolerance && std::abs(qGreen(p) - g) <= colourTolerance &&
-           std::abs(qBlue(p) - b) <= colourTolerance && std::abs(qAlpha(p) - a) <= alphaTolerance;
+    return PixelCheck::near(image, x, y, r, g, b, a, 1, 0);
 }
 
 // A mouse event delivered straight to the widget, bypassing the window
