@@ -5,6 +5,7 @@
 
 #include "eraser/erasergeometry.h"
 #include "eraser/minieraseopermodel.h"
+#include "tests/eraser/polygontestutil.h"
 
 #include <QLineF>
 #include <QRandomGenerator>
@@ -17,29 +18,8 @@ namespace {
 
 using Pieces = QList<QPolygonF>;
 
-QPolygonF poly(std::initializer_list<QPointF> points)
-{
-    QPolygonF polygon;
-    for (const QPointF& p : points)
-        polygon << p;
-    return polygon;
-}
-
-QString describe(const Pieces& pieces)
-{
-    QString text;
-    QDebug debug(&text);
-    debug.nospace();
-    debug << "[";
-    for (const QPolygonF& piece : pieces) {
-        debug << " [";
-        for (const QPointF& p : piece)
-            debug << " (" << qSetRealNumberPrecision(17) << p.x() << "," << p.y() << ")";
-        debug << " ]";
-    }
-    debug << " ]";
-    return text;
-}
+using PolygonTest::describe;
+using PolygonTest::poly;
 
 // Compares with QPointF's fuzzy equality, point by point.
 bool samePieces(const Pieces& actual, const Pieces& expected)

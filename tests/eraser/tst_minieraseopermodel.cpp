@@ -11,6 +11,7 @@
 #include "common/common.h"
 #include "eraser/minieraseopermodel.h"
 #include "shell/mainwindow.h"
+#include "tests/eraser/polygontestutil.h"
 
 #include <QGraphicsPathItem>
 #include <QGraphicsPixmapItem>
@@ -23,25 +24,8 @@
 
 namespace {
 
-QPolygonF poly(std::initializer_list<QPointF> points)
-{
-    QPolygonF polygon;
-    for (const QPointF& p : points)
-        polygon << p;
-    return polygon;
-}
-
-QString describe(const QPolygonF& polygon)
-{
-    QString text;
-    QDebug debug(&text);
-    debug.nospace();
-    debug << "[";
-    for (const QPointF& p : polygon)
-        debug << " (" << p.x() << "," << p.y() << ")";
-    debug << " ]";
-    return text;
-}
+using PolygonTest::describe;
+using PolygonTest::poly;
 
 #define COMPARE_POLY(actual, expected)                                                             \
     do {                                                                                           \
