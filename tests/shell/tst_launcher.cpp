@@ -46,9 +46,11 @@ private slots:
         launcher.start(QStringLiteral(SKEDA_LAUNCHER_FILE), QStringList());
         QVERIFY(launcher.waitForStarted());
 
+        // The board, not the toolbar (370 wide), which may be mapped first.
         Window board = 0;
         QTRY_VERIFY_WITH_TIMEOUT(
-            (board = X11Desktop::windowOfProcess(m_display, launcher.processId())) != 0, 15000);
+            (board = X11Desktop::windowOfProcess(m_display, launcher.processId(), 1920)) != 0,
+            15000);
 
         XWindowAttributes attributes;
         QVERIFY(XGetWindowAttributes(m_display, board, &attributes));

@@ -129,13 +129,13 @@ private slots:
         launcher.start(QStringLiteral(SKEDA_LAUNCHER_FILE), QStringList());
         QVERIFY(launcher.waitForStarted());
 
-        // The board is up once its window is mapped; the test's own
-        // connection is closed again before the server goes.
+        // The board is up once its window (not the toolbar's) is mapped; the
+        // test's own connection is closed again before the server goes.
         Display* display = XOpenDisplay(qPrintable(server.name()));
         QVERIFY(display);
         unsigned long board = 0;
         QTRY_VERIFY_WITH_TIMEOUT(
-            (board = X11Desktop::windowOfProcess(display, launcher.processId())) != 0, 20000);
+            (board = X11Desktop::windowOfProcess(display, launcher.processId(), 1920)) != 0, 20000);
         XCloseDisplay(display);
         QTest::qWait(300);
 
