@@ -51,11 +51,6 @@ const QPoint kCloseButton = button(314);
 // The toolbar and the pop-ups that open above it.
 const QRect kToolZone(0, 700, 560, 380);
 
-int ignoreXErrors(Display*, XErrorEvent*)
-{
-    return 0;
-}
-
 // A window on the desktop, below the board: a gradient in which
 // neighbouring pixels differ, a title, and a ring wherever it was clicked.
 class DesktopWindow : public QWidget
@@ -185,53 +180,9 @@ QRect boxOf(const QImage& screen, const QRect& area, QRgb rgb)
     return box;
 }
 
-struct WindowInfo
+bool hasWindow(const QVector<X11Desktop::TopLevel>& windows, const QRect& geometry)
 {
-    unsigned long id = 0;
-    QRect geometry;
-};
-
-// The viewable top-level windows of a process.
-QVector<WindowInfo> windowsOf(Display* display, qint64 pid)
-{
-    QVector<WindowInfo> result;
-    const Atom pidAtom = XInternAtom(display, "_NET_WM_PID", True);
-    if (pidAtom == None)
-        return result;
-    Window root = 0;
-    Window parent = 0;
-    Window* children = nullptr;
-    unsigned int count = 0;
-    if (!XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count))
-        return result;
-    for (unsigned int i = 0; i < count; ++i) {
-        Atom type = None;
-        int format = 0;
-        unsigned long items = 0;
-        unsigned long after = 0;
-        unsigned char* data = nullptr;
-        if (XGetWindowProperty(display, children[i], pidAtom, 0, 1, False, XA_CARDINAL, &type,
-                               &format, &items, &after, &data) == Success &&
-            data && items == 1 && format == 32 &&
-            *reinterpret_cast<unsigned long*>(data) == static_cast<unsigned long>(pid)) {
-            XWindowAttributes attributes;
-            if (XGetWindowAttributes(display, children[i], &attributes) &&
-                attributes.map_state == IsViewable) {
-                result.append({children[i], QRect(attributes.x, attributes.y, attributes.width,
-                                                  attributes.height)});
-            }
-        }
-        if (data)
-            XFree(data);
-    }
-    if (children)
-        XFree(children);
-    return result;
-}
-
-bool hasWindow(const QVector<WindowInfo>& windows, const QRect& geometry)
-{
-    for (const WindowInfo& window : windows) {
+    for (const X11Desktop::TopLevel& window : windows) {
         if (window.geometry == geometry)
             return true;
     }
@@ -248,7 +199,7 @@ private slots:
     void initTestCase()
     {
         m_timer.start();
-        XSetErrorHandler(ignoreXErrors);
+        X11Desktop::ignoreXErrors();
         m_display = XOpenDisplay(nullptr);
         QVERIFY(m_display);
         X11Desktop::paintDesktop(m_display, kDesktop);
@@ -268,9 +219,12 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(output().endsWith(QStringLiteral("opened\n")), 20000);
         QCOMPARE(m_output, QStringLiteral("loaded " SKEDA_PLUGIN_FILE "\nopened\n"));
         QTRY_VERIFY_WITH_TIMEOUT(
-            hasWindow(windowsOf(m_display, m_host.processId()), QRect(0, 0, 1920, 1080)), 20000);
+            hasWindow(X11Desktop::windowsOfProcess(m_display, m_host.processId()),
+                      QRect(0, 0, 1920, 1080)),
+            20000);
         QTRY_VERIFY_WITH_TIMEOUT(
-            hasWindow(windowsOf(m_display, m_host.processId()), QRect(kBar, QSize(370, 68))),
+            hasWindow(X11Desktop::windowsOfProcess(m_display, m_host.processId()),
+                      QRect(kBar, QSize(370, 68))),
             20000);
         m_baseline = stableScreen();
 
@@ -288,9 +242,10 @@ private slots:
     {
         if (m_host.state() != QProcess::NotRunning) {
             // Closing the host's window ends it, as a user does.
-            const QVector<WindowInfo> windows = windowsOf(m_display, m_host.processId());
-            for (const WindowInfo& window : windows)
-                sendDelete(window.id);
+            const QVector<X11Desktop::TopLevel> windows =
+                X11Desktop::windowsOfProcess(m_display, m_host.processId());
+            for (const X11Desktop::TopLevel& window : windows)
+                X11Desktop::closeWindow(m_display, window.id);
             const bool ended = m_host.waitForFinished(20000);
             if (!ended) {
                 m_host.kill();
@@ -479,23 +434,27 @@ private slots:
         savePicture(QStringLiteral("e2e-screenshot-saved.png"), shot);
 
         // The board closed itself.
-        QTRY_VERIFY(!hasWindow(windowsOf(m_display, m_host.processId()), QRect(0, 0, 1920, 1080)));
+        QTRY_VERIFY(!hasWindow(X11Desktop::windowsOfProcess(m_display, m_host.processId()),
+                               QRect(0, 0, 1920, 1080)));
     }
 
     // The host's window offers the board again: its big button shows it
     // with the drawing as it was left.
     void openAgainFromTheHost()
     {
-        QVector<WindowInfo> windows;
-        QTRY_VERIFY_WITH_TIMEOUT((windows = windowsOf(m_display, m_host.processId())).size() == 1,
-                                 10000);
+        QVector<X11Desktop::TopLevel> windows;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (windows = X11Desktop::windowsOfProcess(m_display, m_host.processId())).size() == 1,
+            10000);
         const QRect hostWindow = windows.first().geometry;
         QVERIFY(hostWindow.width() < 1000);
         QTest::qWait(300);
         QVERIFY(click(hostWindow.center()));
         QTRY_VERIFY_WITH_TIMEOUT(output().endsWith(QStringLiteral("opened\n")), 10000);
         QTRY_VERIFY_WITH_TIMEOUT(
-            hasWindow(windowsOf(m_display, m_host.processId()), QRect(0, 0, 1920, 1080)), 10000);
+            hasWindow(X11Desktop::windowsOfProcess(m_display, m_host.processId()),
+                      QRect(0, 0, 1920, 1080)),
+            10000);
         QTRY_COMPARE_WITH_TIMEOUT(
             differences(screen(), m_beforeShot, QRect(0, 0, 1920, 1080), kToolZone), 0, 10000);
     }
@@ -506,8 +465,11 @@ private slots:
         QVERIFY(click(kCloseButton));
         QTRY_VERIFY_WITH_TIMEOUT(output().endsWith(QStringLiteral("closed\n")), 10000);
         QTRY_VERIFY_WITH_TIMEOUT(
-            !hasWindow(windowsOf(m_display, m_host.processId()), QRect(0, 0, 1920, 1080)), 10000);
-        QVERIFY(!hasWindow(windowsOf(m_display, m_host.processId()), QRect(kBar, QSize(370, 68))));
+            !hasWindow(X11Desktop::windowsOfProcess(m_display, m_host.processId()),
+                       QRect(0, 0, 1920, 1080)),
+            10000);
+        QVERIFY(!hasWindow(X11Desktop::windowsOfProcess(m_display, m_host.processId()),
+                           QRect(kBar, QSize(370, 68))));
         const QImage screen = stableScreen();
         QCOMPARE(screen.pixel(kPenButton) & 0xFFFFFF, uint(kDesktop));
         QCOMPARE(screen.pixel(560, 300) & 0xFFFFFF, uint(kDesktop));
@@ -516,8 +478,9 @@ private slots:
         QCOMPARE(m_output.count(QStringLiteral("saved ")), 1);
 
         // The host's window is back, offering the board again.
-        QVector<WindowInfo> windows;
-        QTRY_VERIFY((windows = windowsOf(m_display, m_host.processId())).size() == 1);
+        QVector<X11Desktop::TopLevel> windows;
+        QTRY_VERIFY(
+            (windows = X11Desktop::windowsOfProcess(m_display, m_host.processId())).size() == 1);
         savePicture(QStringLiteral("e2e-host-window.png"), stableScreen(),
                     windows.first().geometry);
     }
@@ -577,8 +540,9 @@ private:
 
     unsigned long boardWindow() const
     {
-        const QVector<WindowInfo> windows = windowsOf(m_display, m_host.processId());
-        for (const WindowInfo& window : windows) {
+        const QVector<X11Desktop::TopLevel> windows =
+            X11Desktop::windowsOfProcess(m_display, m_host.processId());
+        for (const X11Desktop::TopLevel& window : windows) {
             if (window.geometry == QRect(0, 0, 1920, 1080))
                 return window.id;
         }
@@ -610,19 +574,6 @@ private:
     {
         m_output += QString::fromUtf8(m_host.readAllStandardOutput());
         return m_output;
-    }
-
-    void sendDelete(unsigned long window) const
-    {
-        XEvent event{};
-        event.xclient.type = ClientMessage;
-        event.xclient.window = window;
-        event.xclient.message_type = XInternAtom(m_display, "WM_PROTOCOLS", False);
-        event.xclient.format = 32;
-        event.xclient.data.l[0] = long(XInternAtom(m_display, "WM_DELETE_WINDOW", False));
-        event.xclient.data.l[1] = CurrentTime;
-        XSendEvent(m_display, window, False, NoEventMask, &event);
-        XFlush(m_display);
     }
 
     // A picture for the docs, when SKEDA_DOCS_DIR is set: the area, or the

@@ -92,28 +92,6 @@ bool clickAt(const QPoint& p)
                                 QStringLiteral("1")});
 }
 
-// Asks a window to close, as a window manager's close button does.
-void sendDelete(Display* display, unsigned long window)
-{
-    XEvent event{};
-    event.xclient.type = ClientMessage;
-    event.xclient.window = window;
-    event.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
-    event.xclient.format = 32;
-    event.xclient.data.l[0] = long(XInternAtom(display, "WM_DELETE_WINDOW", False));
-    event.xclient.data.l[1] = CurrentTime;
-    XSendEvent(display, window, False, NoEventMask, &event);
-    XFlush(display);
-}
-
-// Windows of another process come and go while the tests walk the window
-// tree; Xlib's default handler would end this process on the resulting
-// BadWindow errors.
-int ignoreXErrors(Display*, XErrorEvent*)
-{
-    return 0;
-}
-
 } // namespace
 
 class TestHostApp : public QObject
@@ -121,7 +99,7 @@ class TestHostApp : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { XSetErrorHandler(ignoreXErrors); }
+    void initTestCase() { X11Desktop::ignoreXErrors(); }
 
     void buildTreePlugin()
     {
@@ -303,7 +281,7 @@ private slots:
                         .contains(QStringLiteral("  %1: no such file").arg(missing)));
         QCOMPARE(host.state(), QProcess::Running);
 
-        sendDelete(display, window);
+        X11Desktop::closeWindow(display, window);
         QVERIFY(host.waitForFinished(15000));
         QCOMPARE(host.exitStatus(), QProcess::NormalExit);
         QCOMPARE(host.exitCode(), 1);

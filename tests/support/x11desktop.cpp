@@ -36,48 +36,75 @@ void paintDesktop(Display* display, unsigned long rgb)
     XSync(display, False);
 }
 
-unsigned long windowOfProcess(Display* display, qint64 pid, int minWidth)
+QVector<TopLevel> windowsOfProcess(Display* display, qint64 pid)
 {
+    QVector<TopLevel> result;
     const Atom pidAtom = XInternAtom(display, "_NET_WM_PID", True);
     if (pidAtom == None)
-        return 0;
+        return result;
+    // A window may go between the listing and the questions about it; the
+    // BadWindow that follows is ignored here whatever handler the test has.
+    XSync(display, False);
+    const XErrorHandler previous = XSetErrorHandler(ignoreError);
     Window root = 0;
     Window parent = 0;
     Window* children = nullptr;
     unsigned int count = 0;
-    Window found = 0;
-    // A window may go between the listing and the questions about it (a
-    // popup closing, another client ending); Xlib's default handler would end
-    // the whole test on the BadWindow that follows.
-    XSync(display, False);
-    const XErrorHandler previous = XSetErrorHandler(ignoreError);
-    if (!XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count)) {
-        XSetErrorHandler(previous);
-        return 0;
-    }
-    for (unsigned int i = 0; i < count && !found; ++i) {
-        Atom type = None;
-        int format = 0;
-        unsigned long items = 0;
-        unsigned long after = 0;
-        unsigned char* data = nullptr;
-        if (XGetWindowProperty(display, children[i], pidAtom, 0, 1, False, XA_CARDINAL, &type,
-                               &format, &items, &after, &data) == Success &&
-            data && items == 1 && format == 32) {
-            XWindowAttributes attributes;
-            if (*reinterpret_cast<unsigned long*>(data) == static_cast<unsigned long>(pid) &&
-                XGetWindowAttributes(display, children[i], &attributes) &&
-                attributes.map_state == IsViewable && attributes.width >= minWidth)
-                found = children[i];
+    if (XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count)) {
+        for (unsigned int i = 0; i < count; ++i) {
+            Atom type = None;
+            int format = 0;
+            unsigned long items = 0;
+            unsigned long after = 0;
+            unsigned char* data = nullptr;
+            if (XGetWindowProperty(display, children[i], pidAtom, 0, 1, False, XA_CARDINAL, &type,
+                                   &format, &items, &after, &data) == Success &&
+                data && items == 1 && format == 32 &&
+                *reinterpret_cast<unsigned long*>(data) == static_cast<unsigned long>(pid)) {
+                XWindowAttributes attributes;
+                if (XGetWindowAttributes(display, children[i], &attributes) &&
+                    attributes.map_state == IsViewable) {
+                    result.append({children[i], QRect(attributes.x, attributes.y, attributes.width,
+                                                      attributes.height)});
+                }
+            }
+            if (data)
+                XFree(data);
         }
-        if (data)
-            XFree(data);
+        if (children)
+            XFree(children);
     }
-    if (children)
-        XFree(children);
     XSync(display, False);
     XSetErrorHandler(previous);
-    return found;
+    return result;
+}
+
+unsigned long windowOfProcess(Display* display, qint64 pid, int minWidth)
+{
+    const QVector<TopLevel> windows = windowsOfProcess(display, pid);
+    for (const TopLevel& window : windows) {
+        if (window.geometry.width() >= minWidth)
+            return window.id;
+    }
+    return 0;
+}
+
+void closeWindow(Display* display, unsigned long window)
+{
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = long(XInternAtom(display, "WM_DELETE_WINDOW", False));
+    event.xclient.data.l[1] = CurrentTime;
+    XSendEvent(display, window, False, NoEventMask, &event);
+    XFlush(display);
+}
+
+void ignoreXErrors()
+{
+    XSetErrorHandler(ignoreError);
 }
 
 QImage grabScreen(Display* display, const QRect& area)

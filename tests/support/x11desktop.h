@@ -2,7 +2,9 @@
 
 #include <QImage>
 #include <QPoint>
+#include <QRect>
 #include <QStringList>
+#include <QVector>
 
 typedef struct _XDisplay Display;
 
@@ -15,9 +17,28 @@ namespace X11Desktop {
 // from, in one colour (0xRRGGBB).
 void paintDesktop(Display* display, unsigned long rgb);
 
-// The viewable top-level window at least minWidth wide whose _NET_WM_PID is
-// pid, or 0.
+// A top-level window and where it is on the screen.
+struct TopLevel
+{
+    unsigned long id = 0;
+    QRect geometry;
+};
+
+// The viewable top-level windows whose _NET_WM_PID is pid. Windows that go
+// while they are looked at are left out.
+QVector<TopLevel> windowsOfProcess(Display* display, qint64 pid);
+
+// The first of those at least minWidth wide, or 0.
 unsigned long windowOfProcess(Display* display, qint64 pid, int minWidth = 100);
+
+// Asks a window to close, as a window manager's close button does
+// (WM_DELETE_WINDOW).
+void closeWindow(Display* display, unsigned long window);
+
+// For tests that talk to the windows of other processes, which come and go
+// at any time: X errors no longer end this process (Xlib's default handler
+// exits on the first BadWindow).
+void ignoreXErrors();
 
 // The screen as the X server shows it (composited, when a compositor runs).
 QImage grabScreen(Display* display);
