@@ -28,3 +28,5 @@ MainWindow* createBoard();
 
 void runPenBench();
 void runEraserBench();
+// Boards of the given numbers of strokes, filled in turn (ascending).
+void runBoardBench(const QVector<int>& sizes);

@@ -1,6 +1,6 @@
 // skeda-bench: the cost of the board's hot paths, measured through the real
 // event path on a shown board. Run it on a 1920x1080 X server:
-//   scripts/bench.sh [pen] [eraser]
+//   scripts/bench.sh [pen] [eraser] [board]
 
 #include "bench/benches.h"
 
@@ -65,5 +65,17 @@ int main(int argc, char** argv)
         runPenBench();
     if (wanted("eraser"))
         runEraserBench();
+    if (wanted("board")) {
+        // SKEDA_BENCH_BOARDS="0 100 1000" chooses the boards; the default
+        // goes up to 5,000 strokes.
+        QVector<int> sizes{0, 100, 1000, 5000};
+        const QString chosen = qEnvironmentVariable("SKEDA_BENCH_BOARDS");
+        if (!chosen.isEmpty()) {
+            sizes.clear();
+            for (const QString& word : chosen.split(QLatin1Char(' '), Qt::SkipEmptyParts))
+                sizes.append(word.toInt());
+        }
+        runBoardBench(sizes);
+    }
     return 0;
 }

@@ -1,5 +1,8 @@
 #include "canvas/minipathitem.h"
 
+#include "canvas/inklayer.h"
+#include "canvas/myminigraphicsscene.h"
+
 #include <QPainter>
 #include <QPainterPathStroker>
 
@@ -9,7 +12,13 @@ MiniPathItem::MiniPathItem(QGraphicsItem* parent)
     setCacheMode(QGraphicsItem::DeviceCoordinateCache);
 }
 
-MiniPathItem::~MiniPathItem() = default;
+MiniPathItem::~MiniPathItem()
+{
+    // Qt takes the item out of its scene after this destructor, without
+    // telling the item; the layer must forget it first.
+    if (m_ink)
+        m_ink->removeItem(this);
+}
 
 void MiniPathItem::setSinglePnt(bool singlePnt)
 {
@@ -26,6 +35,7 @@ void MiniPathItem::setPath(QPainterPath path)
     m_path = std::move(path);
     invalidateGeometry();
     update(QRectF());
+    inkChanged();
 }
 
 QPen MiniPathItem::pen() const
@@ -39,12 +49,14 @@ void MiniPathItem::setPen(const QPen& pen)
     m_pen.setCapStyle(Qt::RoundCap);
     m_pen.setJoinStyle(Qt::RoundJoin);
     invalidateGeometry();
+    inkChanged();
 }
 
 void MiniPathItem::setPenWidth(int width)
 {
     m_pen.setWidth(width);
     invalidateGeometry();
+    inkChanged();
 }
 
 void MiniPathItem::invalidateGeometry()
@@ -84,6 +96,98 @@ void MiniPathItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
         painter->fillPath(m_path, QBrush(m_pen.color(), Qt::SolidPattern));
     else
         painter->drawPath(m_path);
+}
+
+void MiniPathItem::paintInk(QPainter* painter) const
+{
+    // Drawing a path leaves a cache of its converted points with the path's
+    // shared data; moving an element onto itself detaches a private copy that
+    // takes the cache with it when it goes.
+    QPainterPath path(m_path);
+    if (!path.isEmpty()) {
+        const QPainterPath::Element first = path.elementAt(0);
+        path.setElementPositionAt(0, first.x, first.y);
+    }
+    painter->setPen(m_pen);
+    if (m_singlePnt)
+        painter->fillPath(path, QBrush(m_pen.color(), Qt::SolidPattern));
+    else
+        painter->drawPath(path);
+}
+
+QVariant MiniPathItem::itemChange(GraphicsItemChange change, const QVariant& value)
+{
+    switch (change) {
+    case ItemSceneChange:
+    case ItemParentChange:
+        leaveInk();
+        break;
+    case ItemSceneHasChanged:
+    case ItemParentHasChanged:
+        joinInk();
+        break;
+    case ItemZValueHasChanged:
+    case ItemVisibleHasChanged:
+    case ItemOpacityHasChanged:
+    case ItemPositionHasChanged:
+    case ItemTransformHasChanged:
+    case ItemRotationHasChanged:
+    case ItemScaleHasChanged:
+    case ItemTransformOriginPointHasChanged:
+        inkChanged();
+        break;
+    case ItemFlagsHaveChanged:
+        inkFlagsChanged();
+        break;
+    default:
+        break;
+    }
+    return QGraphicsItem::itemChange(change, value);
+}
+
+// A top-level item in the board's scene is drawn by the scene's ink layer.
+// It tells the layer of every move and transform, which Qt reports only with
+// ItemSendsGeometryChanges.
+void MiniPathItem::joinInk()
+{
+    if (m_ink || parentItem())
+        return;
+    auto* board = dynamic_cast<MyMiniGraphicsScene*>(scene());
+    if (!board)
+        return;
+    const GraphicsItemFlags inkFlags = ItemHasNoContents | ItemSendsGeometryChanges;
+    const GraphicsItemFlags added = inkFlags & ~flags();
+    if (added) {
+        m_inkFlags = quint16(added);
+        setFlags(flags() | added);
+    }
+    board->inkLayer()->addItem(this);
+    inkFlagsChanged();
+}
+
+void MiniPathItem::leaveInk()
+{
+    if (!m_ink)
+        return;
+    m_ink->removeItem(this);
+    if (m_inkFlags) {
+        const GraphicsItemFlags added(m_inkFlags);
+        m_inkFlags = 0;
+        setFlags(flags() & ~added);
+    }
+}
+
+void MiniPathItem::inkFlagsChanged()
+{
+    if (m_ink)
+        m_ink->setItemInteractive(this,
+                                  flags() & (ItemIsSelectable | ItemIsMovable | ItemIsFocusable));
+}
+
+void MiniPathItem::inkChanged()
+{
+    if (m_ink)
+        m_ink->itemChanged(this);
 }
 
 int MiniPathItem::type() const

@@ -4,10 +4,17 @@
 #include <QPainterPath>
 #include <QPen>
 #include <QPolygonF>
+#include <QRect>
+
+class InkLayer;
 
 // One piece of a pen stroke: a path in scene coordinates drawn with its own
 // pen. In single-point mode (a tap) the path is a small shape that is filled
 // instead of stroked.
+//
+// In the board's scene the item does not paint itself: the scene's ink layer
+// draws it (once, into a retained image, when it is finished), and the item
+// tells the layer whenever its pixels change.
 class MiniPathItem : public QGraphicsItem
 {
 public:
@@ -40,7 +47,21 @@ public:
     // that flattening repeats is dropped.
     virtual QPolygonF getPolygon() const;
 
+    // Draws the ink as paint() does, from a private copy of the path, so that
+    // the item's own path keeps no drawing cache (a few kilobytes per path).
+    void paintInk(QPainter* painter) const;
+
+protected:
+    QVariant itemChange(GraphicsItemChange change, const QVariant& value) override;
+
 private:
+    friend class InkLayer;
+
+    void joinInk();
+    void leaveInk();
+    void inkChanged();
+    void inkFlagsChanged();
+
     // The scene asks for the bounds at every paint of every item, and the
     // eraser for the shape at every step; stroking a path is far dearer than
     // both, so the results are kept until the path or the pen changes.
@@ -53,4 +74,18 @@ private:
     mutable QPainterPath m_shape;
     mutable bool m_boundsValid = false;
     mutable bool m_shapeValid = false;
+
+    // Kept by the ink layer that draws the item (null outside the board's
+    // scene): its order of entry into the scene, the scene pixels it covers,
+    // and where it stands (wet, waiting, baked into an image).
+    InkLayer* m_ink = nullptr;
+    quint64 m_inkSeq = 0;
+    QRect m_inkRect;
+    quint32 m_inkVisit = 0;
+    quint8 m_inkState = 0;
+    qint8 m_inkBand = 0;
+    bool m_inkTouched = false;
+    bool m_inkInteractive = false;
+    // The flags the layer added, to be cleared again when the item leaves it.
+    quint16 m_inkFlags = 0;
 };

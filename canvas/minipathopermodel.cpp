@@ -1,5 +1,6 @@
 #include "canvas/minipathopermodel.h"
 
+#include "canvas/inklayer.h"
 #include "canvas/minipathitem.h"
 #include "canvas/myminigraphicsscene.h"
 #include "canvas/myminigraphicsview.h"
@@ -93,9 +94,12 @@ void MiniPathOpermodel::mouseMoveEvent(QMouseEvent* e)
 
 void MiniPathOpermodel::mouseReleaseEvent(QMouseEvent*)
 {
-    // The stroke is not finished here: what the builder last drew stays.
-    if (m_isPress)
+    // The stroke is not finished here: what the builder last drew stays, and
+    // it dries.
+    if (m_isPress) {
         m_isPress = false;
+        finishStroke(MouseStrokeId);
+    }
 }
 
 void MiniPathOpermodel::touchBegine(QTouchEvent* e)
@@ -120,6 +124,11 @@ void MiniPathOpermodel::touchEnd(QTouchEvent* e)
     m_isTouch = false;
     if (e)
         forgetReleasedTouches(e);
+    // No finger is down any more.
+    for (auto it = m_itemMap.cbegin(); it != m_itemMap.cend(); ++it) {
+        if (it.key() != MouseStrokeId || !m_isPress)
+            finishStroke(it.key());
+    }
 }
 
 void MiniPathOpermodel::touchPrivate(QTouchEvent* e)
@@ -145,7 +154,10 @@ void MiniPathOpermodel::forgetReleasedTouches(QTouchEvent* e)
 {
     const QList<QTouchEvent::TouchPoint> points = e->touchPoints();
     for (const QTouchEvent::TouchPoint& point : points) {
-        if (point.state() != Qt::TouchPointReleased || point.id() == MouseStrokeId)
+        if (point.state() != Qt::TouchPointReleased)
+            continue;
+        finishStroke(point.id());
+        if (point.id() == MouseStrokeId)
             continue;
         m_pntMap.remove(point.id());
         m_pathMap.remove(point.id());
@@ -161,14 +173,31 @@ void MiniPathOpermodel::forgetReleasedTouches(QTouchEvent* e)
 // mouse's id is kept.
 void MiniPathOpermodel::forgetTouchStrokes()
 {
+    for (auto it = m_itemMap.cbegin(); it != m_itemMap.cend(); ++it) {
+        if (it.key() != MouseStrokeId)
+            finishStroke(it.key());
+    }
     eraseTouchEntries(m_pntMap);
     eraseTouchEntries(m_pathMap);
     eraseTouchEntries(m_curItemMap);
     eraseTouchEntries(m_itemMap);
 }
 
+void MiniPathOpermodel::finishStroke(int id)
+{
+    if (!m_scene)
+        return;
+    InkLayer* ink = m_scene->inkLayer();
+    ink->setWet(m_curItemMap.value(id), false);
+    const QList<MiniPathItem*> tail = m_itemMap.value(id);
+    for (MiniPathItem* item : tail)
+        ink->setWet(item, false);
+}
+
 void MiniPathOpermodel::pressPrivate(int id, const QPointF& scenePos)
 {
+    // Whatever the id drew before is finished (its release never came).
+    finishStroke(id);
     m_penWidth = UIManager::getInstance()->pen().width();
     m_pntMap.insert(id, QList<QPointF>{scenePos});
     PntListChanged(id);
@@ -256,23 +285,51 @@ void MiniPathOpermodel::PntListChanged(int id)
         older = mergePath(older, pieces.at(i));
 
     MiniPathItem* tailBody = nullptr;
+    MiniPathItem* body = nullptr;
+    QPainterPath joined;
     if (!older.isEmpty()) {
         pieces = pieces.mid(pieces.size() - kTailPieces);
-        MiniPathItem* body = m_curItemMap.value(id);
-        if (!body) {
-            m_curItemMap.insert(id, addPathToScene(id, m_penWidth, older));
-        } else {
+        body = m_curItemMap.value(id);
+        if (body) {
             tailBody = body;
-            const QPainterPath joined = mergePath(body->path(), older);
-            if (joined.length() > kMaxBodyLength)
-                m_curItemMap.insert(id, addPathToScene(id, m_penWidth, older));
-            else
-                body->setPath(joined);
+            joined = mergePath(body->path(), older);
         }
     }
     m_pathMap.insert(id, pieces);
 
-    rebuildTail(id, pieces, tailBody);
+    // The previous tail goes before anything new enters the scene, newest
+    // item first: Qt then takes each from the end of its list of items,
+    // where removing it costs nothing, instead of searching the whole board
+    // for it. The z values come from the counter all the same, so the body
+    // and the new tail lie above everything drawn before, as if the old tail
+    // had gone last.
+    const QList<QPainterPath> parts = tailParts(pieces, tailBody);
+    if (!parts.isEmpty())
+        deleteTail(id);
+
+    if (!older.isEmpty()) {
+        if (!body) {
+            m_curItemMap.insert(id, addPathToScene(id, m_penWidth, older));
+        } else if (joined.length() > kMaxBodyLength) {
+            // The old body is finished: it stays as it is, untracked.
+            m_curItemMap.insert(id, addPathToScene(id, m_penWidth, older));
+            if (m_scene)
+                m_scene->inkLayer()->setWet(body, false);
+        } else {
+            body->setPath(joined);
+        }
+    }
+
+    if (parts.isEmpty())
+        return; // the previous tail stays
+    const qreal startWidth = tailStartWidth(pieces, tailBody);
+    QList<MiniPathItem*> tail;
+    tail.reserve(parts.size());
+    for (int j = 0; j < parts.size(); ++j) {
+        const int width = qMax(0, truncated(startWidth - kWidthStep * (j + 1)));
+        tail.append(addPathToScene(id, width, parts.at(j)));
+    }
+    m_itemMap.insert(id, tail);
 }
 
 void MiniPathOpermodel::addDot(int id, const QPointF& point, QList<QPainterPath>& pieces)
@@ -296,10 +353,15 @@ void MiniPathOpermodel::addDot(int id, const QPointF& point, QList<QPainterPath>
     m_curItemMap.insert(id, dot);
 }
 
-void MiniPathOpermodel::rebuildTail(int id, const QList<QPainterPath>& pieces, MiniPathItem* body)
+qreal MiniPathOpermodel::tailStartWidth(const QList<QPainterPath>& pieces, MiniPathItem* body) const
 {
-    const qreal startWidth =
-        body ? body->pen().widthF() : pieces.size() * m_penWidth / kRampDivisor;
+    return body ? body->pen().widthF() : pieces.size() * m_penWidth / kRampDivisor;
+}
+
+QList<QPainterPath> MiniPathOpermodel::tailParts(const QList<QPainterPath>& pieces,
+                                                 MiniPathItem* body) const
+{
+    const qreal startWidth = tailStartWidth(pieces, body);
     qreal tipWidth = startWidth * kTipFraction;
     if (tipWidth < kThinTip)
         tipWidth = kThinTipWidth;
@@ -316,21 +378,14 @@ void MiniPathOpermodel::rebuildTail(int id, const QList<QPainterPath>& pieces, M
     QPolygonF polygon = tailPath.toFillPolygon(QTransform());
     if (!polygon.isEmpty())
         polygon.removeLast();
+    return cutTail(polygon, segmentLength);
+}
 
-    const QList<QPainterPath> parts = cutTail(polygon, segmentLength);
-    if (parts.isEmpty())
-        return;
-
-    QList<MiniPathItem*> tail;
-    tail.reserve(parts.size());
-    for (int j = 0; j < parts.size(); ++j) {
-        const int width = qMax(0, truncated(startWidth - kWidthStep * (j + 1)));
-        tail.append(addPathToScene(id, width, parts.at(j)));
-    }
-    // The new items were created first, so they lie above everything before.
+void MiniPathOpermodel::deleteTail(int id)
+{
     const QList<MiniPathItem*> old = m_itemMap.take(id);
-    qDeleteAll(old);
-    m_itemMap.insert(id, tail);
+    for (int i = old.size() - 1; i >= 0; --i)
+        delete old.at(i);
 }
 
 QList<QPainterPath> MiniPathOpermodel::cutTail(QPolygonF polygon, qreal segmentLength)
@@ -379,6 +434,8 @@ MiniPathItem* MiniPathOpermodel::addPathToScene(int id, int width, const QPainte
     item->setPenWidth(width);
     item->setPath(path);
     item->setZValue(qreal(m_scene->getNewZValue()));
+    // Painted over the finished ink until its stroke is finished.
+    m_scene->inkLayer()->setWet(item, true);
     return item;
 }
 

@@ -63,7 +63,13 @@ private:
     void updatePos(int id, const QPointF& scenePos);
     void PntListChanged(int id);
     void addDot(int id, const QPointF& point, QList<QPainterPath>& pieces);
-    void rebuildTail(int id, const QList<QPainterPath>& pieces, MiniPathItem* body);
+    qreal tailStartWidth(const QList<QPainterPath>& pieces, MiniPathItem* body) const;
+    // The tail cut into parts, widest first; body is the stroke's current
+    // body item, if it has one.
+    QList<QPainterPath> tailParts(const QList<QPainterPath>& pieces, MiniPathItem* body) const;
+    void deleteTail(int id);
+    // The stroke is no longer drawn: its items dry into the ink layer.
+    void finishStroke(int id);
     MiniPathItem* addPathToScene(int id, int width, const QPainterPath& path);
     QPointF toScene(const QPoint& viewportPos) const;
 

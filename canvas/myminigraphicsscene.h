@@ -2,16 +2,38 @@
 
 #include <QGraphicsScene>
 
-// The board's scene. Its only addition is a counter of z values that makes
-// every new stroke item lie above all earlier ones.
+class InkLayer;
+
+// The board's scene. It adds a counter of z values that makes every new
+// stroke item lie above all earlier ones, and the ink layer that draws the
+// stroke items.
 class MyMiniGraphicsScene : public QGraphicsScene
 {
 public:
     explicit MyMiniGraphicsScene(QObject* parent = nullptr);
+    ~MyMiniGraphicsScene() override;
 
     // Returns the counter, then increments it: 0, 1, 2, ... It is never reset.
     qint64 getNewZValue();
 
+    // Draws the stroke items of this scene (they do not paint themselves).
+    InkLayer* inkLayer() const { return m_ink; }
+
+protected:
+    // No item of the board takes mouse input: while the scene holds nothing
+    // else, a press is ignored at once instead of after looking up every item
+    // under the pointer, which costs in proportion to the strokes on the
+    // board. Anything else present gets Qt's usual handling.
+    void mousePressEvent(QGraphicsSceneMouseEvent* event) override;
+    void mouseDoubleClickEvent(QGraphicsSceneMouseEvent* event) override;
+
+    // Where Qt paints item by item (QGraphicsView::render(),
+    // QGraphicsScene::render(), a view painting indirectly), the stroke items
+    // are drawn here in their place among the others.
+    void drawItems(QPainter* painter, int numItems, QGraphicsItem* items[],
+                   const QStyleOptionGraphicsItem options[], QWidget* widget = nullptr) override;
+
 private:
     qint64 m_zValue = 0;
+    InkLayer* m_ink;
 };

@@ -1,5 +1,6 @@
 #include "canvas/myminigraphicsview.h"
 
+#include "canvas/inklayer.h"
 #include "canvas/minipathopermodel.h"
 #include "canvas/myminigraphicsscene.h"
 #include "eraser/minieraseopermodel.h"
@@ -8,6 +9,7 @@
 #include <QGraphicsItem>
 #include <QGuiApplication>
 #include <QMouseEvent>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QScreen>
 #include <QTouchEvent>
@@ -39,6 +41,10 @@ void MyMiniGraphicsView::setSceneData(MyMiniGraphicsScene* scene)
 void MyMiniGraphicsView::toggleOperation(UserOperationType type)
 {
     m_operType = type;
+    // A stroke in progress is finished when the tool changes: its release
+    // goes to the other operation.
+    if (m_scene && (type == PenOperation || type == EraseOperation))
+        m_scene->inkLayer()->dryAll();
     if (type == PenOperation) {
         if (!m_pathOperation) {
             m_pathOperation = new MiniPathOpermodel();
@@ -79,7 +85,18 @@ void MyMiniGraphicsView::clearAllItem()
 {
     if (!m_scene)
         return;
-    deleteItems(m_scene->items(Qt::DescendingOrder));
+    const QList<QGraphicsItem*> items = m_scene->items(Qt::DescendingOrder);
+    if (items.isEmpty())
+        return;
+    if (m_pathOperation)
+        m_pathOperation->forgetItems(items);
+    if (m_eraseOperation)
+        m_eraseOperation->forgetItems(items);
+    // QGraphicsScene::clear() empties the scene's item list before it
+    // deletes the items; removing them one by one from a scene without an
+    // index costs time in proportion to the items left, for every item.
+    m_scene->inkLayer()->clear();
+    m_scene->clear();
 }
 
 void MyMiniGraphicsView::deleteItems(const QList<QGraphicsItem*>& items)
@@ -121,7 +138,67 @@ QPixmap MyMiniGraphicsView::getViewToPixmap()
     render(&painter, QRectF(0, 0, width(), height()), QRect(0, 0, width(), height()),
            Qt::IgnoreAspectRatio);
     painter.end();
+    m_itemUpdatesOn = true;
     return pixmap;
+}
+
+void MyMiniGraphicsView::paintEvent(QPaintEvent* event)
+{
+    auto* board = dynamic_cast<MyMiniGraphicsScene*>(scene());
+    if (!board) {
+        QGraphicsView::paintEvent(event);
+        return;
+    }
+    InkLayer* ink = board->inkLayer();
+    if (!ink->canPaint(this)) {
+        // Items the layer does not know of (added by a host), or a second
+        // view: Qt finds and sorts the items under the exposed area, and the
+        // scene draws the ink in its place among them.
+        QPainter painter(viewport());
+        painter.setRenderHints(renderHints());
+        const QRect exposed = event->rect();
+        // As the ink layer does: the region starts empty, so that nothing is
+        // blended twice on a surface without alpha.
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.fillRect(exposed, Qt::transparent);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+        render(&painter, QRectF(exposed), exposed, Qt::IgnoreAspectRatio);
+        m_itemUpdatesOn = true;
+        // Whatever Qt reports changed repaints the whole board while such
+        // items are there: Qt only knows where it painted an item when it
+        // paints the view itself.
+        if (!m_sceneChanges)
+            m_sceneChanges = connect(board, &QGraphicsScene::changed, viewport(),
+                                     [this] { viewport()->update(); });
+        return;
+    }
+    if (m_sceneChanges)
+        disconnect(m_sceneChanges);
+    if (m_itemUpdatesOn) {
+        // Back to the ink alone: Qt's repaints item by item (a walk over
+        // every item of the scene for every change) are switched off again
+        // by asking for a repaint of everything, and the ink layer asks for
+        // what it needs.
+        m_itemUpdatesOn = false;
+        board->update();
+    }
+
+    QPainter painter(viewport());
+    painter.setRenderHints(renderHints());
+    const QRectF exposedScene = mapToScene(event->rect()).boundingRect();
+    const QTransform transform = viewportTransform();
+    // The board's background is transparent: its ink replaces what the
+    // region showed. A background brush is drawn beneath the ink instead.
+    const bool noBackground = backgroundBrush().style() == Qt::NoBrush &&
+                              scene()->backgroundBrush().style() == Qt::NoBrush;
+    if (!noBackground) {
+        painter.setWorldTransform(transform);
+        drawBackground(&painter, exposedScene);
+        painter.resetTransform();
+    }
+    ink->paint(this, &painter, event->region(), noBackground);
+    painter.setWorldTransform(transform);
+    drawForeground(&painter, exposedScene);
 }
 
 void MyMiniGraphicsView::hideParentTool()

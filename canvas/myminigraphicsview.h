@@ -49,6 +49,9 @@ public:
 
 protected:
     bool viewportEvent(QEvent* event) override;
+    // Composes the board from its ink layer: the finished ink in one blit,
+    // what is still being drawn and the eraser's picture over it.
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     void hideParentTool();
@@ -60,4 +63,8 @@ private:
     MiniEraseOperModel* m_eraseOperation = nullptr;
     bool m_isTouching = false;
     ViewTool m_tool = PenTool;
+    // Whether Qt tracks the scene's item updates again because it painted
+    // the scene itself (render()); see paintEvent().
+    bool m_itemUpdatesOn = false;
+    QMetaObject::Connection m_sceneChanges;
 };

@@ -1,5 +1,6 @@
 #include "eraser/minieraseopermodel.h"
 
+#include "canvas/inklayer.h"
 #include "canvas/minipathitem.h"
 #include "canvas/myminigraphicsscene.h"
 #include "canvas/myminigraphicsview.h"
@@ -20,9 +21,6 @@
 namespace {
 
 const char* const kEarsePicture = ":/images/minimize/cachuzhuangtai@2x.png";
-// Above every stroke: strokes take their z values from a counter that starts
-// at 0 and grows by one per stroke.
-constexpr qreal kEarseZValue = 9000.0;
 
 // Window systems deliver finite positions; anything else would leave the
 // picture nowhere.
@@ -189,6 +187,10 @@ void MiniEraseOperModel::forgetItems(const QList<QGraphicsItem*>& items)
     for (QGraphicsItem* item : items) {
         if (!item)
             continue;
+        if (item == m_earseItem || item == m_earsePathItem) {
+            if (auto* board = dynamic_cast<MyMiniGraphicsScene*>(item->scene()))
+                board->inkLayer()->noteOverlayRemoved(item);
+        }
         if (m_earseItem && item == m_earseItem) {
             m_earseItem = nullptr;
             m_earseItemOwner = nullptr;
@@ -213,7 +215,7 @@ void MiniEraseOperModel::initEarse(QPointF const& pos)
         // has its own size in scene pixels; the ratio must not halve it.
         scaled.setDevicePixelRatio(1.0);
         m_earseItem = new QGraphicsPixmapItem();
-        m_earseItem->setZValue(kEarseZValue);
+        m_earseItem->setZValue(EarseZValue);
         m_earseItem->setPixmap(scaled);
         m_earseItem->setOffset(pos);
         const QRectF bounds = m_earseItem->boundingRect();
@@ -247,9 +249,20 @@ void MiniEraseOperModel::earse()
 
     const QPolygonF area = path.toFillPolygon(QTransform());
 
-    // Outside a scene the probe collides with nothing.
-    const QList<QGraphicsItem*> candidates =
-        m_earsePathItem->collidingItems(Qt::IntersectsItemShape);
+    // Outside a scene the probe collides with nothing. In the board's scene
+    // the ink layer finds the same strokes that collidingItems() would, in
+    // the same order, looking only where the swept area lies.
+    QList<QGraphicsItem*> candidates;
+    auto* board = dynamic_cast<MyMiniGraphicsScene*>(m_earsePathItem->scene());
+    if (board) {
+        const QList<MiniPathItem*> strokes =
+            board->inkLayer()->collidingStrokes(m_earsePathItem, Qt::IntersectsItemShape);
+        candidates.reserve(strokes.size());
+        for (MiniPathItem* stroke : strokes)
+            candidates.append(stroke);
+    } else {
+        candidates = m_earsePathItem->collidingItems(Qt::IntersectsItemShape);
+    }
     // Children go with a deleted stroke; their entries must not be touched.
     QSet<QGraphicsItem*> deleted;
     for (QGraphicsItem* candidate : candidates) {
@@ -267,8 +280,9 @@ void MiniEraseOperModel::earse()
     }
 
     m_earsePathItem->setVisible(false);
-    // The cut items shrank without announcing it; repaint all of the board.
-    if (m_scene)
+    // The board shows the result of the step: the ink layer repaints what
+    // the cut strokes covered; other scenes repaint whole.
+    if (m_scene && !board)
         m_scene->update(QRectF());
 }
 
@@ -376,9 +390,14 @@ void MiniEraseOperModel::addToScene(QGraphicsItem* item, QObject*& owner)
         return;
     QGraphicsScene* current = item->scene();
     if (current != m_scene) {
-        if (current)
+        if (current) {
+            if (auto* board = dynamic_cast<MyMiniGraphicsScene*>(current))
+                board->inkLayer()->noteOverlayRemoved(item);
             current->removeItem(item);
+        }
         m_scene->addItem(item);
+        m_scene->inkLayer()->noteOverlayAdded(item);
+        m_scene->inkLayer()->requestRepaint(item->sceneBoundingRect());
     }
     owner = m_scene;
     watchScene();
@@ -387,15 +406,36 @@ void MiniEraseOperModel::addToScene(QGraphicsItem* item, QObject*& owner)
 void MiniEraseOperModel::removeFromScene(QGraphicsItem* item, QObject*& owner)
 {
     if (item) {
-        if (QGraphicsScene* current = item->scene())
+        if (QGraphicsScene* current = item->scene()) {
+            if (auto* board = dynamic_cast<MyMiniGraphicsScene*>(current)) {
+                board->inkLayer()->requestRepaint(item->sceneBoundingRect());
+                board->inkLayer()->noteOverlayRemoved(item);
+            } else {
+                current->update(item->sceneBoundingRect());
+            }
             current->removeItem(item);
+        }
     }
     owner = nullptr;
 }
 
 void MiniEraseOperModel::placeEarse(const QPointF& centre)
 {
+    repaintEarse();
     m_earseItem->setOffset(centre.x() - m_halfWidth, centre.y() - m_halfHeight);
+    repaintEarse();
+}
+
+// The board's view paints the picture through the ink layer, which leaves
+// Qt's item-by-item repaints off: the old and the new place are asked for
+// here.
+void MiniEraseOperModel::repaintEarse()
+{
+    QGraphicsScene* scene = m_earseItem->scene();
+    if (auto* board = dynamic_cast<MyMiniGraphicsScene*>(scene))
+        board->inkLayer()->requestRepaint(m_earseItem->sceneBoundingRect());
+    else if (scene)
+        scene->update(m_earseItem->sceneBoundingRect());
 }
 
 void MiniEraseOperModel::removeStroke(MiniPathItem* item)

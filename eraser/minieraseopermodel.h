@@ -23,6 +23,10 @@ class QGraphicsPixmapItem;
 class MiniEraseOperModel : public BaseOperation
 {
 public:
+    // The picture's z value: above the first strokes (z values count up from
+    // 0, one per stroke item).
+    static constexpr qreal EarseZValue = 9000.0;
+
     MiniEraseOperModel();
     ~MiniEraseOperModel() override;
 
@@ -75,6 +79,8 @@ private:
     void addToScene(QGraphicsItem* item, QObject*& owner);
     void removeFromScene(QGraphicsItem* item, QObject*& owner);
     void placeEarse(const QPointF& centre);
+    // Asks for a repaint of where the picture is now.
+    void repaintEarse();
     void removeStroke(MiniPathItem* item);
     void watchScene();
     void sceneDestroyed(QObject* scene);

@@ -1,0 +1,172 @@
+#pragma once
+
+#include <QHash>
+#include <QImage>
+#include <QList>
+#include <QPainter>
+#include <QRegion>
+#include <QTransform>
+#include <QVector>
+
+#include <functional>
+
+class MiniPathItem;
+class QGraphicsItem;
+class QGraphicsScene;
+class QGraphicsView;
+class QWidget;
+
+// The board's ink, drawn once. Stroke items that are finished ("dry") are
+// painted into retained images that cover the board's view and are composed
+// from them in one blit; only what changes is drawn again. Strokes that are
+// still being drawn ("wet", marked by the pen) are painted over the images at
+// every repaint until they are finished.
+//
+// The items themselves stay ordinary scene items: they keep their paths,
+// pens, z values and scene membership, and the eraser still finds them through
+// the scene. They only stop painting themselves (QGraphicsItem::
+// ItemHasNoContents), which also spares Qt's per-item work in every repaint.
+//
+// Stacking is kept exactly: an item is painted above another when its z value
+// is higher, or on equal z when it entered the scene later, as Qt orders
+// them. Two images split the ink at one z value, the level of the eraser's
+// picture (the one item of the board that is not ink): ink below that level,
+// then the picture and any ink exactly at that level, then the ink above. An
+// item that is not above everything dry that it overlaps when it dries (a
+// tap's dot, which lies at z 0, or a piece the eraser cut) has its area
+// redrawn from the items there, found through a grid of the dry items; and a
+// finished stroke that overlaps a still older stroke in progress waits until
+// that stroke is finished too, so that wet ink is always painted above the
+// dry ink under it.
+class InkLayer
+{
+public:
+    InkLayer(QGraphicsScene* scene, qreal splitZ);
+    ~InkLayer();
+
+    InkLayer(const InkLayer&) = delete;
+    InkLayer& operator=(const InkLayer&) = delete;
+
+    // Bookkeeping, called by MiniPathItem when it enters or leaves the scene
+    // as a top-level item, and when anything that changes its pixels changes.
+    void addItem(MiniPathItem* item);
+    void removeItem(MiniPathItem* item);
+    void itemChanged(MiniPathItem* item);
+
+    // The pen marks the items of a stroke that is still being drawn, and
+    // unmarks them when the stroke is finished. Unmarked items are dry.
+    void setWet(MiniPathItem* item, bool wet);
+    // Asks every view of the scene to repaint this scene rectangle (once per
+    // pass of the event loop, with everything else that changed). What the
+    // layer paints besides the ink (the eraser's picture) is repainted this
+    // way when it moves.
+    void requestRepaint(const QRectF& sceneRect);
+
+    // Every stroke is finished (the tool changed): everything wet dries.
+    void dryAll();
+    // Every item is about to leave the scene (clearing the board): forgets
+    // them all at once instead of one by one.
+    void clear();
+
+    // The other items of the board's scene (the eraser's picture and its
+    // probe), which the layer paints in their place above or below the ink:
+    // the eraser tells when they enter and leave the scene.
+    void noteOverlayAdded(QGraphicsItem* item);
+    void noteOverlayRemoved(QGraphicsItem* item);
+    const QList<QGraphicsItem*>& overlays() const { return m_overlays; }
+    // Whether the scene holds nothing but the ink and the overlays, none of
+    // which takes mouse input: then a press under the pointer has nobody to
+    // go to, whatever lies there.
+    bool holdsOnlyBoardItems() const;
+    // A stroke item that a host made selectable, movable or focusable.
+    void setItemInteractive(MiniPathItem* item, bool interactive);
+
+    // The ink items with which `probe` collides in `mode`, ordered as
+    // QGraphicsItem::collidingItems() orders them (topmost first). Only the
+    // items whose bounds meet the probe's are tested.
+    QList<MiniPathItem*> collidingStrokes(const QGraphicsItem* probe, int mode) const;
+
+    // Whether paint() can draw this view's exposed area: the scene holds the
+    // ink and the overlays and nothing else, and this is the view the images
+    // belong to (the scene's first).
+    bool canPaint(const QGraphicsView* view) const;
+    // Draws the ink and the overlays for the exposed region of the view's
+    // viewport (device coordinates); the painter paints on the viewport with
+    // no transform. With `replace`, what the region held before is replaced
+    // (nothing else is drawn beneath the ink); otherwise the ink is laid
+    // over it.
+    void paint(QGraphicsView* view, QPainter* painter, const QRegion& exposed, bool replace);
+    // Draws one ink item with its scene transform and opacity on a painter
+    // whose world transform maps the scene.
+    static void paintItem(MiniPathItem* item, QPainter* painter);
+
+    int count() const { return m_count; }
+    // What the images hold, for tests and figures.
+    int wetCount() const { return m_live.size(); }
+    int pendingCount() const { return m_pending.size(); }
+    int bakedCount() const;
+    // Total bytes of the retained images.
+    qint64 imageBytes() const;
+
+private:
+    enum State : quint8 { None = 0, Pending, Baked, Wet, Level };
+    struct Band
+    {
+        QImage image;
+        QRegion dirty;  // scene coordinates, to be drawn again
+        QRect used;     // device coordinates painted so far
+        qreal maxZ = 0; // highest stacking key baked so far
+        quint64 maxSeq = 0;
+        bool hasMax = false;
+        QHash<quint64, QVector<MiniPathItem*>> cells;
+        int baked = 0;
+    };
+
+    static bool above(const MiniPathItem* a, qreal bz, quint64 bseq);
+    static bool stacksBelow(const QGraphicsItem* a, quint64 aseq, const QGraphicsItem* b,
+                            quint64 bseq);
+    QRect sceneRectOf(const MiniPathItem* item) const;
+    int bandOf(qreal z) const;
+    void setState(MiniPathItem* item, State state);
+    void touch(MiniPathItem* item);
+    void scheduleDispatch();
+    void refreshTouched();
+    void dispatch();
+    void takeFromLive(MiniPathItem* item);
+    void takeFromPending(MiniPathItem* item);
+    void gridInsert(Band& band, MiniPathItem* item);
+    void gridRemove(Band& band, MiniPathItem* item);
+    void forEachInGrid(const Band& band, const QRect& sceneRect,
+                       const std::function<void(MiniPathItem*)>& visit) const;
+    void unbake(MiniPathItem* item);
+    void flush(QGraphicsView* view);
+    bool prepareImages(QGraphicsView* view);
+    void redraw(Band& band, const QRegion& sceneRegion);
+    QRect toDevice(const QRect& sceneRect) const;
+    QRect toScene(const QRect& deviceRect) const;
+    quint64 seqOf(const QGraphicsItem* item) const;
+
+    QGraphicsScene* m_scene;
+    qreal m_splitZ;
+    Band m_bands[2];
+    QVector<MiniPathItem*> m_live;
+    QVector<MiniPathItem*> m_pending;
+    QVector<MiniPathItem*> m_touched;
+    QList<QGraphicsItem*> m_overlays;
+    QHash<const QGraphicsItem*, quint64> m_overlaySeq;
+    int m_interactive = 0;
+    QRegion m_repaint;
+    quint64 m_seq = 0;
+    mutable quint32 m_visit = 0;
+    int m_count = 0;
+    bool m_dispatchScheduled = false;
+    bool m_foreignSeen = false;
+
+    // The view whose viewport the images cover, and how they map the scene.
+    const QWidget* m_viewport = nullptr;
+    QTransform m_toDevice;
+    QPainter::RenderHints m_hints;
+    QSize m_imageSize;
+    qreal m_dpr = 1.0;
+    bool m_imagesValid = false;
+};

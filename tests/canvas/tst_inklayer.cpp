@@ -1,0 +1,498 @@
+// The board draws its finished ink from retained images and only what is
+// still being drawn live. Whatever the order of pen, touch, eraser, clear,
+// tool changes, closing and showing, what the board shows must be what its
+// scene holds: the items painted one by one in stacking order.
+
+#include "canvas/inklayer.h"
+#include "canvas/minipathitem.h"
+#include "canvas/minipathopermodel.h"
+#include "canvas/myminigraphicsscene.h"
+#include "canvas/myminigraphicsview.h"
+#include "common/uimanager.h"
+#include "eraser/minieraseopermodel.h"
+#include "shell/mainwindow.h"
+#include "tests/support/inkreference.h"
+
+#include <QGraphicsPixmapItem>
+#include <QRandomGenerator>
+#include <QScreen>
+#include <QWindow>
+#include <QtTest>
+
+namespace {
+
+const QColor kInks[] = {QColor("#F73859"), QColor("#3A7BD5"), QColor("#2BB673"),
+                        QColor(20, 20, 20, 160)};
+const int kWidths[] = {2, 6, 10, 18};
+
+} // namespace
+
+class TestInkLayer : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { m_device = QTest::createTouchDevice(); }
+
+    void init()
+    {
+        UIManager::getInstance()->setPen(QPen(kInks[0], 6));
+        m_window = new MainWindow;
+        m_window->initUI();
+        m_window->showSkeda();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window));
+        m_view = m_window->view();
+        m_viewport = m_view->viewport();
+        m_scene = m_window->scene();
+    }
+
+    void cleanup()
+    {
+        delete m_window;
+        m_window = nullptr;
+    }
+
+    // The stroke items no longer paint themselves in the board's scene, and
+    // keep everything else the design gives them.
+    void strokeItemsKeepTheirDesign()
+    {
+        drawMouseStroke({QPoint(100, 100), QPoint(140, 110), QPoint(180, 130), QPoint(220, 160),
+                         QPoint(260, 200), QPoint(300, 240), QPoint(340, 280), QPoint(380, 330)});
+        const QList<QGraphicsItem*> items = m_scene->items();
+        QVERIFY(items.size() > 1);
+        for (QGraphicsItem* item : items) {
+            auto* stroke = dynamic_cast<MiniPathItem*>(item);
+            QVERIFY(stroke);
+            QCOMPARE(stroke->type(), 65537);
+            QCOMPARE(stroke->cacheMode(), QGraphicsItem::DeviceCoordinateCache);
+            QCOMPARE(stroke->parentItem(), nullptr);
+            QCOMPARE(stroke->scene(), m_scene);
+            QVERIFY(stroke->flags().testFlag(QGraphicsItem::ItemHasNoContents));
+        }
+        QCOMPARE(m_scene->inkLayer()->count(), items.size());
+        QCOMPARE(m_scene->inkLayer()->wetCount(), 0);
+        QVERIFY(sameAsScene());
+
+        // Outside the board's scene the item paints itself again.
+        auto* loose = dynamic_cast<MiniPathItem*>(items.first());
+        m_scene->removeItem(loose);
+        QVERIFY(!loose->flags().testFlag(QGraphicsItem::ItemHasNoContents));
+        QGraphicsScene plain;
+        plain.addItem(loose);
+        QVERIFY(!loose->flags().testFlag(QGraphicsItem::ItemHasNoContents));
+        QCOMPARE(m_scene->inkLayer()->count(), items.size() - 1);
+        QVERIFY(sameAsScene());
+    }
+
+    // While the mouse is down the stroke is wet, painted over the images;
+    // at the release it dries into them.
+    void strokeDriesAtRelease()
+    {
+        drawMouseStroke({QPoint(300, 100), QPoint(300, 400)});
+        const QVector<QPoint> points = wave(QPoint(100, 250), 30);
+        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
+        for (int i = 1; i < points.size(); ++i)
+            QTest::mouseMove(m_viewport, points.at(i));
+        const MiniPathOpermodel* pen = m_view->pathOperation();
+        const int tracked = pen->itemMap().value(MiniPathOpermodel::MouseStrokeId).size() + 1;
+        QCOMPARE(m_scene->inkLayer()->wetCount(), tracked);
+        QVERIFY(sameAsScene());
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, points.last());
+        QCOMPARE(m_scene->inkLayer()->wetCount(), 0);
+        QVERIFY(sameAsScene());
+        QCOMPARE(m_scene->inkLayer()->pendingCount(), 0);
+        QCOMPARE(m_scene->inkLayer()->bakedCount(), m_scene->items().size());
+    }
+
+    // A tap's dot lies at z 0, beneath the strokes drawn before it.
+    void dotBeneathOlderStrokes()
+    {
+        UIManager::getInstance()->setPen(QPen(kInks[1], 18));
+        drawMouseStroke({QPoint(100, 200), QPoint(130, 200), QPoint(160, 200), QPoint(190, 200),
+                         QPoint(220, 200), QPoint(250, 200), QPoint(280, 200), QPoint(310, 200),
+                         QPoint(340, 200), QPoint(370, 200)});
+        UIManager::getInstance()->setPen(QPen(kInks[0], 30));
+        QTest::mouseClick(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(160, 200));
+        QVERIFY(sameAsScene());
+        // The dot's colour shows only around the stroke.
+        const QImage board = onScreen();
+        QCOMPARE(board.pixelColor(160, 200).rgb() & 0xffffff, kInks[1].rgb() & 0xffffff);
+        QCOMPARE(board.pixelColor(160, 188).rgb() & 0xffffff, kInks[0].rgb() & 0xffffff);
+    }
+
+    // A finger lifts while another, whose stroke began earlier and crosses
+    // it, still draws: the older stroke stays beneath the newer one.
+    void strokeFinishedWhileAnotherFingerDraws()
+    {
+        UIManager::getInstance()->setPen(QPen(kInks[2], 14));
+        QTest::touchEvent(m_window, m_device).press(1, QPoint(100, 300), m_viewport);
+        QTest::touchEvent(m_window, m_device).move(1, QPoint(110, 300), m_viewport);
+        UIManager::getInstance()->setPen(QPen(kInks[1], 14));
+        QTest::touchEvent(m_window, m_device).stationary(1).press(2, QPoint(300, 100), m_viewport);
+        // Both fingers cross each other's paths: finger 1 goes right along
+        // y = 300, finger 2 down along x = 300.
+        for (int step = 1; step <= 20; ++step) {
+            QTest::touchEvent(m_window, m_device)
+                .move(1, QPoint(110 + 20 * step, 300), m_viewport)
+                .move(2, QPoint(300, 100 + 20 * step), m_viewport);
+            QVERIFY2(sameAsScene(), qPrintable(QStringLiteral("step %1").arg(step)));
+        }
+        // Finger 2 lifts; finger 1 still draws over where finger 2 went.
+        QTest::touchEvent(m_window, m_device)
+            .move(1, QPoint(530, 300), m_viewport)
+            .release(2, QPoint(300, 500), m_viewport);
+        QVERIFY(sameAsScene());
+        for (int step = 1; step <= 10; ++step) {
+            QTest::touchEvent(m_window, m_device).move(1, QPoint(530 - 40 * step, 310), m_viewport);
+            QVERIFY2(sameAsScene(),
+                     qPrintable(QStringLiteral("after the lift, step %1").arg(step)));
+        }
+        QTest::touchEvent(m_window, m_device).release(1, QPoint(130, 310), m_viewport);
+        QVERIFY(sameAsScene());
+        QCOMPARE(m_scene->inkLayer()->wetCount(), 0);
+        QCOMPARE(m_scene->inkLayer()->pendingCount(), 0);
+    }
+
+    // The pen's stroke is still being drawn (the mouse is down) when the
+    // tool changes to the eraser, and a finger erases across it.
+    void erasingAStrokeStillBeingDrawn()
+    {
+        const QVector<QPoint> points = wave(QPoint(100, 300), 40);
+        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
+        for (int i = 1; i < points.size(); ++i)
+            QTest::mouseMove(m_viewport, points.at(i));
+        QVERIFY(m_scene->inkLayer()->wetCount() > 0);
+        m_view->setTool(MyMiniGraphicsView::EraseTool);
+        QCOMPARE(m_scene->inkLayer()->wetCount(), 0);
+        QTest::touchEvent(m_window, m_device).press(7, QPoint(200, 150), m_viewport);
+        QVERIFY(sameAsScene());
+        for (int step = 1; step <= 12; ++step) {
+            QTest::touchEvent(m_window, m_device)
+                .move(7, QPoint(200 + 5 * step, 150 + 30 * step), m_viewport);
+            QVERIFY2(sameAsScene(), qPrintable(QStringLiteral("step %1").arg(step)));
+        }
+        QTest::touchEvent(m_window, m_device).release(7, QPoint(260, 510), m_viewport);
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, points.last());
+        QVERIFY(sameAsScene());
+    }
+
+    void clearDuringAStroke()
+    {
+        drawMouseStroke(wave(QPoint(100, 100), 30));
+        const QVector<QPoint> points = wave(QPoint(100, 300), 40);
+        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
+        for (int i = 1; i < 20; ++i)
+            QTest::mouseMove(m_viewport, points.at(i));
+        m_view->clearAllItem();
+        QCOMPARE(m_scene->items().size(), 0);
+        QCOMPARE(m_scene->inkLayer()->count(), 0);
+        QVERIFY(sameAsScene());
+        QVERIFY(blank());
+        for (int i = 20; i < points.size(); ++i)
+            QTest::mouseMove(m_viewport, points.at(i));
+        QVERIFY(sameAsScene());
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, points.last());
+        QVERIFY(sameAsScene());
+        QVERIFY(!blank());
+    }
+
+    // Pen, eraser and pen again while the mouse stays down.
+    void toolSwitchMidStroke()
+    {
+        drawMouseStroke(wave(QPoint(100, 400), 30));
+        const QVector<QPoint> points = wave(QPoint(100, 200), 40);
+        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
+        for (int i = 1; i < 15; ++i)
+            QTest::mouseMove(m_viewport, points.at(i));
+        m_view->setTool(MyMiniGraphicsView::EraseTool);
+        for (int i = 15; i < 25; ++i)
+            QTest::mouseMove(m_viewport, points.at(i));
+        QVERIFY(sameAsScene());
+        m_view->setTool(MyMiniGraphicsView::PenTool);
+        for (int i = 25; i < points.size(); ++i)
+            QTest::mouseMove(m_viewport, points.at(i));
+        QVERIFY(sameAsScene());
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, points.last());
+        QVERIFY(sameAsScene());
+    }
+
+    void closeAndShow()
+    {
+        drawMouseStroke(wave(QPoint(100, 100), 30));
+        const QVector<QPoint> points = wave(QPoint(100, 300), 30);
+        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
+        for (int i = 1; i < points.size(); ++i)
+            QTest::mouseMove(m_viewport, points.at(i));
+        const QImage before = InkReference::render(m_scene, m_viewport->size());
+        m_window->close();
+        QTRY_VERIFY(!m_window->isVisible());
+        m_window->showSkeda();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window));
+        QVERIFY(sameAsScene());
+        QCOMPARE(InkReference::compare(onScreen(), InkReference::over(before, Qt::black)).pixels,
+                 0);
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, points.last());
+        QVERIFY(sameAsScene());
+    }
+
+    // The eraser's picture lies at z 9000: above the first strokes, beneath
+    // the later ones (the z counter passes 9000 after a few hundred points).
+    void eraserPictureBetweenOldAndNewInk()
+    {
+        drawMouseStroke(wave(QPoint(60, 200), 30));
+        MyMiniGraphicsScene* scene = m_scene;
+        while (scene->getNewZValue() < 9100) {
+        }
+        drawMouseStroke(wave(QPoint(60, 260), 30));
+        m_view->setTool(MyMiniGraphicsView::EraseTool);
+        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(400, 580));
+        QVERIFY(sameAsScene());
+        for (int step = 1; step <= 15; ++step) {
+            QTest::mouseMove(m_viewport, QPoint(400 - 20 * step, 580 - 22 * step));
+            QVERIFY2(sameAsScene(), qPrintable(QStringLiteral("step %1").arg(step)));
+        }
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(100, 250));
+        QVERIFY(sameAsScene());
+    }
+
+    // Items that a host adds to the scene, and ink moved, hidden, faded or
+    // restacked by hand, are shown as the scene says.
+    void foreignItemsAndChangedInk()
+    {
+        drawMouseStroke(wave(QPoint(100, 200), 30));
+        drawMouseStroke(wave(QPoint(100, 220), 30));
+        QVERIFY(sameAsScene());
+        // Qt paints items that are not ink from the first change of the
+        // board on (a stroke drawn elsewhere).
+        auto* rect = m_scene->addRect(QRectF(150, 180, 120, 80), QPen(Qt::NoPen), QBrush(Qt::blue));
+        rect->setZValue(5);
+        drawMouseStroke(wave(QPoint(100, 500), 10));
+        QVERIFY(sameAsScene());
+        rect->setBrush(Qt::darkGreen);
+        QVERIFY(sameAsScene());
+        rect->setPos(30, 10);
+        QVERIFY(sameAsScene());
+        delete rect;
+        QVERIFY(sameAsScene());
+
+        QList<MiniPathItem*> strokes;
+        for (QGraphicsItem* item : m_scene->items())
+            strokes.append(dynamic_cast<MiniPathItem*>(item));
+        strokes.first()->setPos(40, 30);
+        QVERIFY(sameAsScene());
+        strokes.at(1)->setVisible(false);
+        QVERIFY(sameAsScene());
+        strokes.at(2)->setOpacity(0.4);
+        QVERIFY(sameAsScene());
+        strokes.at(3)->setZValue(-1);
+        QVERIFY(sameAsScene());
+        strokes.at(4)->setZValue(MiniEraseOperModel::EarseZValue);
+        QVERIFY(sameAsScene());
+        strokes.at(4)->setZValue(1e6);
+        QVERIFY(sameAsScene());
+    }
+
+    // The property: after any random sequence of board actions the board
+    // shows exactly its scene.
+    void randomSessions_data()
+    {
+        QTest::addColumn<quint32>("seed");
+        for (quint32 seed : {1u, 2u, 3u, 4u, 5u, 6u})
+            QTest::newRow(qPrintable(QStringLiteral("seed %1").arg(seed))) << seed;
+    }
+
+    void randomSessions()
+    {
+        QFETCH(quint32, seed);
+        QRandomGenerator random(seed);
+        const QSize size = m_viewport->size();
+        auto somewhere = [&] {
+            return QPoint(20 + random.bounded(size.width() - 40),
+                          20 + random.bounded(size.height() - 40));
+        };
+        for (int action = 0; action < 40; ++action) {
+            const int kind = random.bounded(100);
+            QString what;
+            if (kind < 35) {
+                what = QStringLiteral("pen stroke");
+                m_view->setTool(MyMiniGraphicsView::PenTool);
+                UIManager::getInstance()->setPen(
+                    QPen(kInks[random.bounded(4)], kWidths[random.bounded(4)]));
+                drawMouseStroke(wave(somewhere(), 5 + random.bounded(40), random.bounded(2.0)));
+            } else if (kind < 55) {
+                what = QStringLiteral("fingers");
+                m_view->setTool(MyMiniGraphicsView::PenTool);
+                fingers(random, somewhere);
+            } else if (kind < 75) {
+                what = QStringLiteral("eraser");
+                m_view->setTool(MyMiniGraphicsView::EraseTool);
+                QPoint p = somewhere();
+                QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, p);
+                const int steps = random.bounded(25);
+                for (int i = 0; i < steps; ++i) {
+                    p += QPoint(random.bounded(61) - 30, random.bounded(61) - 30);
+                    QTest::mouseMove(m_viewport, p);
+                    if (i == steps / 2)
+                        QVERIFY2(sameAsScene(),
+                                 qPrintable(QStringLiteral("%1: mid-erase").arg(action)));
+                }
+                QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, p);
+            } else if (kind < 80) {
+                what = QStringLiteral("clear");
+                m_view->clearAllItem();
+            } else if (kind < 87) {
+                what = QStringLiteral("close and show");
+                m_window->close();
+                m_window->showSkeda();
+                QVERIFY(QTest::qWaitForWindowExposed(m_window));
+            } else if (kind < 94) {
+                what = QStringLiteral("tap");
+                m_view->setTool(MyMiniGraphicsView::PenTool);
+                UIManager::getInstance()->setPen(
+                    QPen(kInks[random.bounded(4)], kWidths[random.bounded(4)]));
+                QTest::mouseClick(m_viewport, Qt::LeftButton, Qt::NoModifier, somewhere());
+            } else {
+                what = QStringLiteral("tool switch mid-stroke");
+                m_view->setTool(MyMiniGraphicsView::PenTool);
+                const QVector<QPoint> points = wave(somewhere(), 20);
+                QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
+                for (int i = 1; i < 10; ++i)
+                    QTest::mouseMove(m_viewport, points.at(i));
+                m_view->setTool(MyMiniGraphicsView::EraseTool);
+                m_view->setTool(MyMiniGraphicsView::PenTool);
+                for (int i = 10; i < points.size(); ++i)
+                    QTest::mouseMove(m_viewport, points.at(i));
+                QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, points.last());
+            }
+            QVERIFY2(sameAsScene(),
+                     qPrintable(QStringLiteral("after action %1 (%2)").arg(action).arg(what)));
+        }
+    }
+
+private:
+    // A gentle wave of points `step` pixels apart, going right.
+    static QVector<QPoint> wave(const QPoint& start, int count, double phase = 0)
+    {
+        QVector<QPoint> points;
+        for (int i = 0; i < count; ++i)
+            points.append(start + QPoint(8 * i, int(20 * std::sin(phase + i * 0.3))));
+        return points;
+    }
+
+    void drawMouseStroke(const QVector<QPoint>& points)
+    {
+        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
+        for (int i = 1; i < points.size(); ++i)
+            QTest::mouseMove(m_viewport, points.at(i));
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, points.last());
+    }
+
+    // Two or three fingers that start and lift at different times.
+    template<typename Somewhere> void fingers(QRandomGenerator& random, Somewhere somewhere)
+    {
+        const int count = 2 + random.bounded(2);
+        QVector<QPoint> pos(count);
+        QVector<int> startAt(count);
+        QVector<int> liftAt(count);
+        for (int f = 0; f < count; ++f) {
+            pos[f] = somewhere();
+            startAt[f] = random.bounded(8);
+            liftAt[f] = startAt[f] + 3 + random.bounded(20);
+        }
+        bool began = false;
+        for (int t = 0; t < 32; ++t) {
+            QTest::QTouchEventSequence sequence = QTest::touchEvent(m_window, m_device);
+            bool any = false;
+            for (int f = 0; f < count; ++f) {
+                const int id = 10 + f;
+                if (t == startAt[f]) {
+                    sequence.press(id, pos[f], m_viewport);
+                    any = true;
+                } else if (t > startAt[f] && t < liftAt[f]) {
+                    pos[f] += QPoint(random.bounded(31) - 10, random.bounded(31) - 10);
+                    pos[f].setX(qBound(5, pos[f].x(), m_viewport->width() - 5));
+                    pos[f].setY(qBound(5, pos[f].y(), m_viewport->height() - 5));
+                    sequence.move(id, pos[f], m_viewport);
+                    any = true;
+                } else if (t == liftAt[f]) {
+                    sequence.release(id, pos[f], m_viewport);
+                    any = true;
+                }
+            }
+            if (!any)
+                continue;
+            began = true;
+            sequence.commit();
+            if (t % 7 == 3)
+                QVERIFY(sameAsScene());
+        }
+        Q_UNUSED(began)
+    }
+
+    // What the board window shows on its screen: the offscreen platform's
+    // screen hands out the window's backing store, which holds what the
+    // repaints so far have drawn (a grab() would paint everything afresh).
+    QImage onScreen() const
+    {
+        const QImage window = m_window->windowHandle()
+                                  ->screen()
+                                  ->grabWindow(m_window->winId())
+                                  .toImage()
+                                  .convertToFormat(QImage::Format_ARGB32_Premultiplied);
+        return window.copy(QRect(m_viewport->mapTo(m_window, QPoint(0, 0)), m_viewport->size()));
+    }
+
+    // The board shows its scene: on its screen once the repaints it asked
+    // for have run, and when painted afresh.
+    bool sameAsScene()
+    {
+        const QImage expected = InkReference::render(m_scene, m_viewport->size());
+        InkReference::Difference shown;
+        QImage screen;
+        // The offscreen screen keeps no alpha: the board lies over black.
+        const QImage expectedOnScreen = InkReference::over(expected, Qt::black);
+        // Repaints are queued; they have all run once the screen matches.
+        // (A repaint that was never asked for leaves it differing.)
+        for (int attempt = 0; attempt < 50; ++attempt) {
+            QCoreApplication::processEvents();
+            screen = onScreen();
+            shown = InkReference::compare(screen, expectedOnScreen);
+            if (shown.pixels == 0)
+                break;
+            QTest::qWait(10);
+        }
+        const QImage painted = InkReference::grab(m_viewport);
+        const InkReference::Difference fresh = InkReference::compare(painted, expected);
+        if (shown.pixels == 0 && fresh.pixels == 0)
+            return true;
+        qWarning("the board differs from its scene: on the screen %s; painted afresh %s",
+                 qPrintable(shown.describe()), qPrintable(fresh.describe()));
+        if (qEnvironmentVariableIsSet("SKEDA_TEST_PICTURES")) {
+            screen.save(QStringLiteral("/tmp/ink-screen.png"));
+            painted.save(QStringLiteral("/tmp/ink-board.png"));
+            expected.save(QStringLiteral("/tmp/ink-expected.png"));
+        }
+        return false;
+    }
+
+    bool blank()
+    {
+        const QImage board = onScreen();
+        for (int y = 0; y < board.height(); ++y) {
+            for (int x = 0; x < board.width(); ++x) {
+                if ((board.pixel(x, y) & 0xffffff) != 0)
+                    return false;
+            }
+        }
+        return true;
+    }
+
+    QTouchDevice* m_device = nullptr;
+    MainWindow* m_window = nullptr;
+    MyMiniGraphicsView* m_view = nullptr;
+    QWidget* m_viewport = nullptr;
+    MyMiniGraphicsScene* m_scene = nullptr;
+};
+
+QTEST_MAIN(TestInkLayer)
+#include "tst_inklayer.moc"
