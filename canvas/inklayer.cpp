@@ -78,9 +78,17 @@ bool InkLayer::stacksBelow(const QGraphicsItem* a, quint64 aseq, const QGraphics
     return az < bz || (az == bz && aseq < bseq);
 }
 
+// The item's bounding rectangle strokes its path with square caps and bevel
+// joins, as its design gives it; the ink is drawn with round joins, which
+// reach up to half the pen's width further out where the stroke turns
+// sharply.
 QRect InkLayer::sceneRectOf(const MiniPathItem* item) const
 {
-    return alignedRect(item->sceneBoundingRect());
+    const QRect rect = alignedRect(item->sceneBoundingRect());
+    if (rect.isEmpty())
+        return rect;
+    const int reach = int(std::ceil(item->m_pen.widthF() / 2));
+    return rect.adjusted(-reach, -reach, reach, reach);
 }
 
 int InkLayer::bandOf(qreal z) const
@@ -466,15 +474,50 @@ void InkLayer::forEachInGrid(const Band& band, const QRect& sceneRect,
     }
 }
 
-// A baked item leaves its image: its area is drawn again without it.
+// A baked item leaves its image: its area is drawn again without it (only
+// the area a cut changes, when the eraser cuts it).
 void InkLayer::unbake(MiniPathItem* item)
 {
     Band& band = m_bands[item->m_inkBand];
     gridRemove(band, item);
-    band.dirty += item->m_inkRect;
-    requestRepaint(QRectF(item->m_inkRect));
+    const QRect dirty = item == m_cutItem ? m_cutRect : item->m_inkRect;
+    band.dirty += dirty;
+    requestRepaint(QRectF(dirty));
     item->m_inkState = Pending;
     m_pending.append(item);
+}
+
+bool InkLayer::beginCut(MiniPathItem* item, const QRect& changedSceneRect)
+{
+    m_cutItem = nullptr;
+    if (!item || item->m_ink != this || item->m_inkState != Baked)
+        return false;
+    m_cutItem = item;
+    m_cutRect = changedSceneRect & item->m_inkRect;
+    return true;
+}
+
+void InkLayer::endCut(const QList<MiniPathItem*>& pieces)
+{
+    MiniPathItem* item = m_cutItem;
+    m_cutItem = nullptr;
+    // The item, if the cut kept it, and its pieces show in the image what
+    // the item showed there before.
+    if (item && item->m_ink == this)
+        bakeInPlace(item);
+    for (MiniPathItem* piece : pieces)
+        bakeInPlace(piece);
+}
+
+void InkLayer::bakeInPlace(MiniPathItem* item)
+{
+    if (!item || item->m_ink != this || item->m_inkState != Pending)
+        return;
+    takeFromPending(item);
+    item->m_inkRect = sceneRectOf(item);
+    item->m_inkState = Baked;
+    item->m_inkBand = qint8(bandOf(item->zValue()));
+    gridInsert(m_bands[item->m_inkBand], item);
 }
 
 // ---------------------------------------------------------------------------

@@ -62,6 +62,14 @@ public:
     // way when it moves.
     void requestRepaint(const QRectF& sceneRect);
 
+    // The eraser cuts a stroke into pieces of itself: beginCut() says where
+    // the cut changes its pixels (outside that area the pieces show what the
+    // stroke showed), endCut() hands over the new pieces. When the stroke's
+    // pixels are in an image, only that area is drawn again and the pieces
+    // take the stroke's pixels; beginCut() then returns true.
+    bool beginCut(MiniPathItem* item, const QRect& changedSceneRect);
+    void endCut(const QList<MiniPathItem*>& pieces);
+
     // Every stroke is finished (the tool changed): everything wet dries.
     void dryAll();
     // Every item is about to leave the scene (clearing the board): forgets
@@ -139,6 +147,7 @@ private:
     void forEachInGrid(const Band& band, const QRect& sceneRect,
                        const std::function<void(MiniPathItem*)>& visit) const;
     void unbake(MiniPathItem* item);
+    void bakeInPlace(MiniPathItem* item);
     void flush(QGraphicsView* view);
     bool prepareImages(QGraphicsView* view);
     void redraw(Band& band, const QRegion& sceneRegion);
@@ -153,6 +162,9 @@ private:
     QVector<MiniPathItem*> m_pending;
     QVector<MiniPathItem*> m_touched;
     QList<QGraphicsItem*> m_overlays;
+    // The stroke being cut, and where the cut changes it.
+    MiniPathItem* m_cutItem = nullptr;
+    QRect m_cutRect;
     QHash<const QGraphicsItem*, quint64> m_overlaySeq;
     int m_interactive = 0;
     QRegion m_repaint;

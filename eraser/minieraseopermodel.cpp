@@ -273,10 +273,18 @@ void MiniEraseOperModel::earse()
         // where the swept area lies; only top-level strokes are cut.
         if (!stroke || stroke->parentItem())
             continue;
-        const QList<QPolygonF> pieces = cutPolygon(stroke->getPolygon(), area);
+        QRectF cutSegments;
+        const QList<QPolygonF> pieces = cutPolygon(stroke->getPolygon(), area, &cutSegments);
         if (pieces.isEmpty())
             collectDescendants(stroke, deleted);
-        applyPieces(stroke, pieces);
+        // The finished ink keeps the stroke's pixels wherever the cut does
+        // not change them; only the changed area is drawn again.
+        QRect changed;
+        const bool inPlace = board && changedArea(stroke, pieces, cutSegments, &changed) &&
+                             board->inkLayer()->beginCut(stroke, changed);
+        const QList<MiniPathItem*> added = applyPieces(stroke, pieces);
+        if (inPlace)
+            board->inkLayer()->endCut(added);
     }
 
     m_earsePathItem->setVisible(false);
@@ -286,7 +294,52 @@ void MiniEraseOperModel::earse()
         m_scene->update(QRectF());
 }
 
-QList<QPolygonF> MiniEraseOperModel::cutPolygon(const QPolygonF& pts, const QPolygonF& area)
+bool MiniEraseOperModel::changedArea(const MiniPathItem* stroke, const QList<QPolygonF>& pieces,
+                                     const QRectF& cutSegments, QRect* area)
+{
+    // New pieces take the integer part of the z value, and are placed
+    // without the item's transform: then they may show differently anywhere.
+    // Dots share z 0 with other items of other colours.
+    const qreal z = stroke->zValue();
+    if (z == 0 || z != qreal(truncToInt(z)) || !stroke->sceneTransform().isIdentity() ||
+        stroke->isSinglePnt())
+        return false;
+    // The pieces are polylines through the stroke's flattened outline: they
+    // show what the stroke showed only when its path is one polyline (a
+    // tail part holds one subpath per edge, which the flattening joins).
+    const QPainterPath path = stroke->path();
+    for (int i = 0; i < path.elementCount(); ++i) {
+        if (path.elementAt(i).type !=
+            (i == 0 ? QPainterPath::MoveToElement : QPainterPath::LineToElement))
+            return false;
+    }
+    // Pieces that overlap each other are drawn one over the other where the
+    // stroke was drawn once: their antialiased edges would darken there.
+    const qreal margin = qMax(qreal(1), stroke->pen().widthF()) / 2 + 2;
+    QVector<QRectF> bounds;
+    bounds.reserve(pieces.size());
+    for (const QPolygonF& piece : pieces) {
+        const QRectF box = piece.boundingRect().adjusted(-margin, -margin, margin, margin);
+        for (const QRectF& other : qAsConst(bounds)) {
+            if (other.intersects(box))
+                return false;
+        }
+        bounds.append(box);
+    }
+    QRectF changed = cutSegments;
+    // A path that ends where it began loses its last segment in the outline
+    // the eraser cuts (the repeated point is dropped): that goes too.
+    const int last = path.elementCount() - 1;
+    if (last > 0 && QPointF(path.elementAt(last)) == QPointF(path.elementAt(0)))
+        changed |=
+            QRectF(QPointF(path.elementAt(last - 1)), QPointF(path.elementAt(last))).normalized();
+    *area = changed.isNull() ? QRect()
+                             : changed.adjusted(-margin, -margin, margin, margin).toAlignedRect();
+    return true;
+}
+
+QList<QPolygonF> MiniEraseOperModel::cutPolygon(const QPolygonF& pts, const QPolygonF& area,
+                                                QRectF* changed)
 {
     QList<QPolygonF> pieces;
     for (int i = 0; i + 1 < pts.size(); ++i) {
@@ -311,12 +364,17 @@ QList<QPolygonF> MiniEraseOperModel::cutPolygon(const QPolygonF& pts, const QPol
         // list on purpose, not the geometry.
         const bool sIsVertex = area.contains(s);
         const bool eIsVertex = area.contains(e);
-        if (sIsVertex && eIsVertex)
+        if (sIsVertex && eIsVertex) {
+            if (changed)
+                *changed |= QRectF(s, e).normalized();
             continue;
+        }
 
         const bool hit = area.intersects(box) || sIsVertex || eIsVertex;
         if (hit) {
             intersectNewRect(s, e, area, pieces);
+            if (changed)
+                *changed |= QRectF(s, e).normalized();
             continue;
         }
 
@@ -329,19 +387,21 @@ QList<QPolygonF> MiniEraseOperModel::cutPolygon(const QPolygonF& pts, const QPol
     return pieces;
 }
 
-void MiniEraseOperModel::applyPieces(MiniPathItem* item, const QList<QPolygonF>& pieces)
+QList<MiniPathItem*> MiniEraseOperModel::applyPieces(MiniPathItem* item,
+                                                     const QList<QPolygonF>& pieces)
 {
+    QList<MiniPathItem*> added;
     if (!item)
-        return;
+        return added;
     if (item->parentItem()) {
         qWarning("MiniEraseOperModel: a stroke item with a parent item cannot be cut; left as "
                  "it is");
-        return;
+        return added;
     }
 
     if (pieces.isEmpty()) {
         removeStroke(item);
-        return;
+        return added;
     }
 
     QPainterPath firstPath;
@@ -360,7 +420,7 @@ void MiniEraseOperModel::applyPieces(MiniPathItem* item, const QList<QPolygonF>&
         if (!scene) {
             qWarning("MiniEraseOperModel: the cut stroke is in no scene; its further pieces are "
                      "dropped");
-            return;
+            return added;
         }
         QPainterPath piecePath;
         piecePath.addPolygon(piece);
@@ -369,7 +429,9 @@ void MiniEraseOperModel::applyPieces(MiniPathItem* item, const QList<QPolygonF>&
         pieceItem->setPath(piecePath);
         pieceItem->setZValue(z);
         scene->addItem(pieceItem);
+        added.append(pieceItem);
     }
+    return added;
 }
 
 void MiniEraseOperModel::showItems()

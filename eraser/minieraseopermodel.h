@@ -53,13 +53,16 @@ public:
 
     // The parts of the stroke polyline pts that lie outside the closed
     // polygon area, as polylines in stroke order. Segments whose integer box
-    // misses the area are copied whole without being cut.
-    static QList<QPolygonF> cutPolygon(const QPolygonF& pts, const QPolygonF& area);
+    // misses the area are copied whole without being cut. With `changed`,
+    // the bounds of the segments that were cut or dropped are added to it.
+    static QList<QPolygonF> cutPolygon(const QPolygonF& pts, const QPolygonF& area,
+                                       QRectF* changed = nullptr);
     // Replaces the top-level stroke item by the pieces: no piece deletes it;
     // otherwise it keeps the first piece, pen and z value, and every further
     // piece of two or more points becomes a new item with the same pen and
     // the item's z value truncated to an integer, in the item's scene.
-    void applyPieces(MiniPathItem* item, const QList<QPolygonF>& pieces);
+    // Returns the new items.
+    QList<MiniPathItem*> applyPieces(MiniPathItem* item, const QList<QPolygonF>& pieces);
 
     QSize earseSize() const { return m_earseSize; }
     QGraphicsPixmapItem* earseItem() const { return m_earseItem; }
@@ -82,6 +85,11 @@ private:
     // Asks for a repaint of where the picture is now.
     void repaintEarse();
     void removeStroke(MiniPathItem* item);
+    // Where cutting the stroke into these pieces changes what it shows, when
+    // that can be told from the segments that were cut (`cutSegments`);
+    // false when the pieces may show differently anywhere.
+    static bool changedArea(const MiniPathItem* stroke, const QList<QPolygonF>& pieces,
+                            const QRectF& cutSegments, QRect* area);
     void watchScene();
     void sceneDestroyed(QObject* scene);
 
