@@ -16,6 +16,7 @@
 #include <QSet>
 #include <QTouchEvent>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -313,6 +314,15 @@ bool MiniEraseOperModel::changedArea(const MiniPathItem* stroke, const QList<QPo
             (i == 0 ? QPainterPath::MoveToElement : QPainterPath::LineToElement))
             return false;
     }
+    // A polyline that runs back over itself (what cutting a tail part leaves:
+    // its subpaths were joined through their points) is drawn once where it
+    // overlaps itself, and its pieces may no longer be.
+    QPolygonF vertices = stroke->getPolygon();
+    std::sort(vertices.begin(), vertices.end(), [](const QPointF& a, const QPointF& b) {
+        return a.x() < b.x() || (a.x() == b.x() && a.y() < b.y());
+    });
+    if (std::adjacent_find(vertices.cbegin(), vertices.cend()) != vertices.cend())
+        return false;
     // Pieces that overlap each other are drawn one over the other where the
     // stroke was drawn once: their antialiased edges would darken there.
     const qreal margin = qMax(qreal(1), stroke->pen().widthF()) / 2 + 2;

@@ -7,10 +7,12 @@
 // and widths (also invalid ones), screenshot overlays (two at once, dragged,
 // cancelled, confirmed), closing and showing the board.
 //
-// The session runs in phases. After every phase the board is cleared and
-// checked: only stroke items and the eraser's own two items in the scene, no
-// pointer of the pen or the eraser to an item outside it, and the heap back
-// within a stated bound of where it was after the first phase.
+// The session runs in phases. Every 200 events and after every phase the
+// board is checked: only stroke items and the eraser's own two items in the
+// scene, no pointer of the pen or the eraser to an item outside it, and what
+// the board draws equal to its scene's items painted one by one in stacking
+// order. After every phase it is cleared, and the heap must be back within a
+// stated bound of where it was after the first phase.
 //
 //   SKEDA_SOAK_EVENTS  number of events (default 20000; 10000 in the sanitizer
 //                      build, where every allocation records a stack)
@@ -26,6 +28,7 @@
 #include "screenshot/screenshot.h"
 #include "shell/mainwindow.h"
 #include "tests/support/heapusage.h"
+#include "tests/support/inkreference.h"
 #include "tests/support/x11desktop.h"
 #include "toolbar/skedatool.h"
 #include "widgets/mpushbutton_1.h"
@@ -255,6 +258,16 @@ private:
         }
         if (m_board->size() != QSize(1920, 1080)) {
             qWarning("FAIL %s: the board is %dx%d", where, m_board->width(), m_board->height());
+            return false;
+        }
+        // What the board draws (from its retained ink, as far as it goes) is
+        // what its scene holds: the items painted one by one in order.
+        QWidget* viewport = view()->viewport();
+        const InkReference::Difference difference = InkReference::compare(
+            InkReference::grab(viewport), InkReference::render(scene(), viewport->size()));
+        if (difference.pixels != 0) {
+            qWarning("FAIL %s: the board differs from its scene: %s", where,
+                     qPrintable(difference.describe()));
             return false;
         }
         return true;
