@@ -740,9 +740,15 @@ void InkLayer::redraw(Band& band, const QRegion& sceneRegion)
     });
     std::sort(items.begin(), items.end(),
               [](MiniPathItem* a, MiniPathItem* b) { return above(b, a->zValue(), a->m_inkSeq); });
+    // Only the part of each item near the redrawn area is drawn: a long
+    // stroke crossing a small area costs a few segments, not all of them.
+    const QRectF area = m_toDevice.inverted().mapRect(QRectF(device.boundingRect()));
     for (MiniPathItem* item : qAsConst(items)) {
         painter.setWorldTransform(m_toDevice);
-        paintItem(item, &painter);
+        if (item->sceneTransform().isIdentity() && item->effectiveOpacity() >= 1.0)
+            item->paintInkWithin(&painter, area);
+        else
+            paintItem(item, &painter);
     }
     band.used |= device.boundingRect();
 }

@@ -115,6 +115,50 @@ void MiniPathItem::paintInk(QPainter* painter) const
         painter->drawPath(path);
 }
 
+void MiniPathItem::paintInkWithin(QPainter* painter, const QRectF& area) const
+{
+    const int count = m_path.elementCount();
+    if (m_singlePnt || count < 3) {
+        paintInk(painter);
+        return;
+    }
+    // Half the pen's width, and a pixel of antialiasing, around a segment
+    // hold all that it draws.
+    const qreal reach = qMax(qreal(1), m_pen.widthF()) / 2 + 2;
+    const QRectF near = area.adjusted(-reach, -reach, reach, reach);
+    QPainterPath part;
+    bool open = false;
+    QPointF last(m_path.elementAt(0));
+    for (int i = 1; i < count; ++i) {
+        const QPainterPath::Element e = m_path.elementAt(i);
+        if (e.type == QPainterPath::MoveToElement) {
+            last = QPointF(e);
+            open = false;
+            continue;
+        }
+        if (e.type != QPainterPath::LineToElement) {
+            paintInk(painter); // curves are drawn whole
+            return;
+        }
+        const QPointF p(e);
+        const QRectF box = QRectF(last, p).normalized();
+        if (box.right() >= near.left() && box.left() <= near.right() &&
+            box.bottom() >= near.top() && box.top() <= near.bottom()) {
+            if (!open)
+                part.moveTo(last);
+            part.lineTo(p);
+            open = true;
+        } else {
+            open = false;
+        }
+        last = p;
+    }
+    if (part.isEmpty())
+        return;
+    painter->setPen(m_pen);
+    painter->drawPath(part);
+}
+
 QVariant MiniPathItem::itemChange(GraphicsItemChange change, const QVariant& value)
 {
     switch (change) {

@@ -266,6 +266,7 @@ void MiniEraseOperModel::earse()
     }
     // Children go with a deleted stroke; their entries must not be touched.
     QSet<QGraphicsItem*> deleted;
+    QList<QGraphicsItem*> erased;
     for (QGraphicsItem* candidate : candidates) {
         if (deleted.contains(candidate))
             continue;
@@ -276,8 +277,16 @@ void MiniEraseOperModel::earse()
             continue;
         QRectF cutSegments;
         const QList<QPolygonF> pieces = cutPolygon(stroke->getPolygon(), area, &cutSegments);
-        if (pieces.isEmpty())
+        if (pieces.isEmpty()) {
             collectDescendants(stroke, deleted);
+            if (board) {
+                // Taken away after the step's pieces have entered the
+                // scene: each removal from an unindexed scene makes Qt
+                // re-sort all of its items at the next addition.
+                erased.append(stroke);
+                continue;
+            }
+        }
         // The finished ink keeps the stroke's pixels wherever the cut does
         // not change them; only the changed area is drawn again.
         QRect changed;
@@ -288,6 +297,14 @@ void MiniEraseOperModel::earse()
             board->inkLayer()->endCut(added);
     }
 
+    if (!erased.isEmpty()) {
+        if (m_view) {
+            m_view->deleteItems(erased);
+        } else {
+            for (QGraphicsItem* item : qAsConst(erased))
+                removeStroke(static_cast<MiniPathItem*>(item));
+        }
+    }
     m_earsePathItem->setVisible(false);
     // The board shows the result of the step: the ink layer repaints what
     // the cut strokes covered; other scenes repaint whole.
