@@ -70,14 +70,6 @@ bool InkLayer::above(const MiniPathItem* a, qreal bz, quint64 bseq)
     return az > bz || (az == bz && a->m_inkSeq > bseq);
 }
 
-bool InkLayer::stacksBelow(const QGraphicsItem* a, quint64 aseq, const QGraphicsItem* b,
-                           quint64 bseq)
-{
-    const qreal az = a->zValue();
-    const qreal bz = b->zValue();
-    return az < bz || (az == bz && aseq < bseq);
-}
-
 // The item's bounding rectangle strokes its path with square caps and bevel
 // joins, as its design gives it; the ink is drawn with round joins, which
 // reach up to half the pen's width further out where the stroke turns
@@ -523,7 +515,8 @@ void InkLayer::bakeInPlace(MiniPathItem* item)
 // ---------------------------------------------------------------------------
 // Queries
 
-QList<MiniPathItem*> InkLayer::collidingStrokes(const QGraphicsItem* probe, int mode) const
+QList<MiniPathItem*> InkLayer::collidingStrokes(const QGraphicsItem* probe,
+                                                Qt::ItemSelectionMode mode) const
 {
     QList<MiniPathItem*> hits;
     if (!probe || probe->scene() != m_scene)
@@ -533,7 +526,7 @@ QList<MiniPathItem*> InkLayer::collidingStrokes(const QGraphicsItem* probe, int 
         return hits;
     ++m_visit;
     const auto test = [&](MiniPathItem* item) {
-        if (probe->collidesWithItem(item, Qt::ItemSelectionMode(mode)))
+        if (probe->collidesWithItem(item, mode))
             hits.append(item);
     };
     for (const Band& band : m_bands)

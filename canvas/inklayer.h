@@ -92,7 +92,8 @@ public:
     // The ink items with which `probe` collides in `mode`, ordered as
     // QGraphicsItem::collidingItems() orders them (topmost first). Only the
     // items whose bounds meet the probe's are tested.
-    QList<MiniPathItem*> collidingStrokes(const QGraphicsItem* probe, int mode) const;
+    QList<MiniPathItem*> collidingStrokes(const QGraphicsItem* probe,
+                                          Qt::ItemSelectionMode mode) const;
 
     // Whether paint() can draw this view's exposed area: the scene holds the
     // ink and the overlays and nothing else, and this is the view the images
@@ -131,8 +132,6 @@ private:
     };
 
     static bool above(const MiniPathItem* a, qreal bz, quint64 bseq);
-    static bool stacksBelow(const QGraphicsItem* a, quint64 aseq, const QGraphicsItem* b,
-                            quint64 bseq);
     QRect sceneRectOf(const MiniPathItem* item) const;
     int bandOf(qreal z) const;
     void setState(MiniPathItem* item, State state);

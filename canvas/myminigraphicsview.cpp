@@ -88,10 +88,7 @@ void MyMiniGraphicsView::clearAllItem()
     const QList<QGraphicsItem*> items = m_scene->items(Qt::DescendingOrder);
     if (items.isEmpty())
         return;
-    if (m_pathOperation)
-        m_pathOperation->forgetItems(items);
-    if (m_eraseOperation)
-        m_eraseOperation->forgetItems(items);
+    forgetItems(items);
     // QGraphicsScene::clear() empties the scene's item list before it
     // deletes the items; removing them one by one from a scene without an
     // index costs time in proportion to the items left, for every item.
@@ -103,10 +100,7 @@ void MyMiniGraphicsView::deleteItems(const QList<QGraphicsItem*>& items)
 {
     if (items.isEmpty())
         return;
-    if (m_pathOperation)
-        m_pathOperation->forgetItems(items);
-    if (m_eraseOperation)
-        m_eraseOperation->forgetItems(items);
+    forgetItems(items);
     // A child item goes with its parent; deleting it on its own as well would
     // delete it twice.
     QList<QGraphicsItem*> topLevel;
@@ -120,6 +114,14 @@ void MyMiniGraphicsView::deleteItems(const QList<QGraphicsItem*>& items)
             owner->removeItem(item);
         delete item;
     }
+}
+
+void MyMiniGraphicsView::forgetItems(const QList<QGraphicsItem*>& items)
+{
+    if (m_pathOperation)
+        m_pathOperation->forgetItems(items);
+    if (m_eraseOperation)
+        m_eraseOperation->forgetItems(items);
 }
 
 QPixmap MyMiniGraphicsView::getViewToPixmap()

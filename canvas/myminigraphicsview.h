@@ -55,6 +55,8 @@ protected:
 
 private:
     void hideParentTool();
+    // Tells both operations that these items are about to be deleted.
+    void forgetItems(const QList<QGraphicsItem*>& items);
 
     UserOperationType m_operType = NoOperation;
     MyMiniGraphicsScene* m_scene = nullptr;

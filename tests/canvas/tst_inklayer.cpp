@@ -90,9 +90,7 @@ private slots:
     {
         drawMouseStroke({QPoint(300, 100), QPoint(300, 400)});
         const QVector<QPoint> points = wave(QPoint(100, 250), 30);
-        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
-        for (int i = 1; i < points.size(); ++i)
-            QTest::mouseMove(m_viewport, points.at(i));
+        beginStroke(points, points.size());
         const MiniPathOpermodel* pen = m_view->pathOperation();
         const int tracked = pen->itemMap().value(MiniPathOpermodel::MouseStrokeId).size() + 1;
         QCOMPARE(m_scene->inkLayer()->wetCount(), tracked);
@@ -158,9 +156,7 @@ private slots:
     void erasingAStrokeStillBeingDrawn()
     {
         const QVector<QPoint> points = wave(QPoint(100, 300), 40);
-        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
-        for (int i = 1; i < points.size(); ++i)
-            QTest::mouseMove(m_viewport, points.at(i));
+        beginStroke(points, points.size());
         QVERIFY(m_scene->inkLayer()->wetCount() > 0);
         m_view->setTool(MyMiniGraphicsView::EraseTool);
         QCOMPARE(m_scene->inkLayer()->wetCount(), 0);
@@ -180,9 +176,7 @@ private slots:
     {
         drawMouseStroke(wave(QPoint(100, 100), 30));
         const QVector<QPoint> points = wave(QPoint(100, 300), 40);
-        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
-        for (int i = 1; i < 20; ++i)
-            QTest::mouseMove(m_viewport, points.at(i));
+        beginStroke(points, 20);
         m_view->clearAllItem();
         QCOMPARE(m_scene->items().size(), 0);
         QCOMPARE(m_scene->inkLayer()->count(), 0);
@@ -201,9 +195,7 @@ private slots:
     {
         drawMouseStroke(wave(QPoint(100, 400), 30));
         const QVector<QPoint> points = wave(QPoint(100, 200), 40);
-        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
-        for (int i = 1; i < 15; ++i)
-            QTest::mouseMove(m_viewport, points.at(i));
+        beginStroke(points, 15);
         m_view->setTool(MyMiniGraphicsView::EraseTool);
         for (int i = 15; i < 25; ++i)
             QTest::mouseMove(m_viewport, points.at(i));
@@ -220,9 +212,7 @@ private slots:
     {
         drawMouseStroke(wave(QPoint(100, 100), 30));
         const QVector<QPoint> points = wave(QPoint(100, 300), 30);
-        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
-        for (int i = 1; i < points.size(); ++i)
-            QTest::mouseMove(m_viewport, points.at(i));
+        beginStroke(points, points.size());
         const QImage before = InkReference::render(m_scene, m_viewport->size());
         m_window->close();
         QTRY_VERIFY(!m_window->isVisible());
@@ -359,9 +349,7 @@ private slots:
                 what = QStringLiteral("tool switch mid-stroke");
                 m_view->setTool(MyMiniGraphicsView::PenTool);
                 const QVector<QPoint> points = wave(somewhere(), 20);
-                QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
-                for (int i = 1; i < 10; ++i)
-                    QTest::mouseMove(m_viewport, points.at(i));
+                beginStroke(points, 10);
                 m_view->setTool(MyMiniGraphicsView::EraseTool);
                 m_view->setTool(MyMiniGraphicsView::PenTool);
                 for (int i = 10; i < points.size(); ++i)
@@ -383,11 +371,18 @@ private:
         return points;
     }
 
-    void drawMouseStroke(const QVector<QPoint>& points)
+    // Presses the mouse at the first point and moves through the points
+    // before index `end`; the button stays down.
+    void beginStroke(const QVector<QPoint>& points, int end)
     {
         QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
-        for (int i = 1; i < points.size(); ++i)
+        for (int i = 1; i < end; ++i)
             QTest::mouseMove(m_viewport, points.at(i));
+    }
+
+    void drawMouseStroke(const QVector<QPoint>& points)
+    {
+        beginStroke(points, points.size());
         QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, points.last());
     }
 
