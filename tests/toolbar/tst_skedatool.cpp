@@ -459,14 +459,10 @@ void TestSkedaTool::hideToolIsCheapAndHarmless()
     SignalLog log(rig.tool);
     VisibilityCounter popupEvents(rig.popup());
     VisibilityCounter panelEvents(rig.panel());
-    QElapsedTimer clock;
-    clock.start();
     for (int i = 0; i < 10000; ++i) {
         rig.tool->hideTool();
     }
-    // Generous enough for a sanitizer build; a hidden widget is not hidden
-    // again.
-    QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));
+    // A hidden widget is not hidden again: no hide or show ever happens.
     QCOMPARE(popupEvents.hides, 0);
     QCOMPARE(panelEvents.hides, 0);
     QCOMPARE(popupEvents.shows, 0);

@@ -350,10 +350,9 @@ void TestBaseShadowWidget::borderWiderThanWidgetFillsEverything()
     panel.resize(20, 10);
     panel.setBorderWidth(INT_MAX);
     panel.setBackgroundColor(QColor(255, 0, 0));
-    QElapsedTimer timer;
-    timer.start();
+    // Painting must not loop over every one of the INT_MAX rings (a loop
+    // like that would not end within the test's time limit).
     const QImage image = WidgetTest::render(panel);
-    QVERIFY2(timer.elapsed() < 5000, "an absurd border width must not loop over every ring");
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
             VERIFY_PIXEL(image, x, y, 255, 0, 0, 255, 0);
