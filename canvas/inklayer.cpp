@@ -79,7 +79,8 @@ QRect InkLayer::sceneRectOf(const MiniPathItem* item) const
     const QRect rect = alignedRect(item->sceneBoundingRect());
     if (rect.isEmpty())
         return rect;
-    const int reach = int(std::ceil(item->m_pen.widthF() / 2));
+    const qreal width = item->m_pen.widthF();
+    const int reach = std::isfinite(width) ? int(std::ceil(qBound(qreal(0), width, kFar) / 2)) : 0;
     return rect.adjusted(-reach, -reach, reach, reach);
 }
 
@@ -251,7 +252,10 @@ void InkLayer::clear()
             for (MiniPathItem* item : cell)
                 forget(item);
         }
+        for (MiniPathItem* item : qAsConst(band.wide))
+            forget(item);
         band.cells.clear();
+        band.wide.clear();
         band.baked = 0;
         band.dirty = QRegion();
         band.hasMax = false;
@@ -393,11 +397,27 @@ void InkLayer::dispatch()
 // ---------------------------------------------------------------------------
 // The grid of dry items
 
+namespace {
+
+// An item that would fill more cells than this (a stroke scaled or drawn far
+// beyond the screen, a pen thousands of pixels wide) is kept in a list that
+// every query looks at, not in thousands of cells.
+constexpr qint64 kMaxCellsPerItem = 256;
+
+bool spansTooManyCells(const QRect& rect)
+{
+    const qint64 columns = qint64(rect.right() >> kCellShift) - (rect.left() >> kCellShift) + 1;
+    const qint64 rows = qint64(rect.bottom() >> kCellShift) - (rect.top() >> kCellShift) + 1;
+    return rect.isEmpty() || columns * rows > kMaxCellsPerItem;
+}
+
+} // namespace
+
 void InkLayer::gridInsert(Band& band, MiniPathItem* item)
 {
     const QRect rect = item->m_inkRect;
-    if (rect.isEmpty()) {
-        band.cells[cellKey(INT_MIN, INT_MIN)].append(item);
+    if (spansTooManyCells(rect)) {
+        band.wide.append(item);
     } else {
         for (int cx = rect.left() >> kCellShift; cx <= rect.right() >> kCellShift; ++cx) {
             for (int cy = rect.top() >> kCellShift; cy <= rect.bottom() >> kCellShift; ++cy)
@@ -409,26 +429,26 @@ void InkLayer::gridInsert(Band& band, MiniPathItem* item)
 
 void InkLayer::gridRemove(Band& band, MiniPathItem* item)
 {
-    auto removeFrom = [&band, item](quint64 key) {
-        auto cell = band.cells.find(key);
-        if (cell == band.cells.end())
-            return;
-        QVector<MiniPathItem*>& items = cell.value();
+    auto removeFrom = [item](QVector<MiniPathItem*>& items) {
         const int i = items.indexOf(item);
         if (i < 0)
             return;
         items[i] = items.last();
         items.removeLast();
-        if (items.isEmpty())
-            band.cells.erase(cell);
     };
     const QRect rect = item->m_inkRect;
-    if (rect.isEmpty()) {
-        removeFrom(cellKey(INT_MIN, INT_MIN));
+    if (spansTooManyCells(rect)) {
+        removeFrom(band.wide);
     } else {
         for (int cx = rect.left() >> kCellShift; cx <= rect.right() >> kCellShift; ++cx) {
-            for (int cy = rect.top() >> kCellShift; cy <= rect.bottom() >> kCellShift; ++cy)
-                removeFrom(cellKey(cx, cy));
+            for (int cy = rect.top() >> kCellShift; cy <= rect.bottom() >> kCellShift; ++cy) {
+                auto cell = band.cells.find(cellKey(cx, cy));
+                if (cell == band.cells.end())
+                    continue;
+                removeFrom(cell.value());
+                if (cell->isEmpty())
+                    band.cells.erase(cell);
+            }
         }
     }
     --band.baked;
@@ -437,7 +457,7 @@ void InkLayer::gridRemove(Band& band, MiniPathItem* item)
 void InkLayer::forEachInGrid(const Band& band, const QRect& sceneRect,
                              const std::function<void(MiniPathItem*)>& visit) const
 {
-    if (sceneRect.isEmpty() || band.cells.isEmpty())
+    if (sceneRect.isEmpty())
         return;
     auto visitCell = [&](const QVector<MiniPathItem*>& cell) {
         for (MiniPathItem* item : cell) {
@@ -448,6 +468,9 @@ void InkLayer::forEachInGrid(const Band& band, const QRect& sceneRect,
                 visit(item);
         }
     };
+    visitCell(band.wide);
+    if (band.cells.isEmpty())
+        return;
     const int x0 = sceneRect.left() >> kCellShift;
     const int x1 = sceneRect.right() >> kCellShift;
     const int y0 = sceneRect.top() >> kCellShift;

@@ -128,6 +128,7 @@ private:
         quint64 maxSeq = 0;
         bool hasMax = false;
         QHash<quint64, QVector<MiniPathItem*>> cells;
+        QVector<MiniPathItem*> wide; // too large for the cells, or empty
         int baked = 0;
     };
 

@@ -41,10 +41,9 @@ void MyMiniGraphicsView::setSceneData(MyMiniGraphicsScene* scene)
 void MyMiniGraphicsView::toggleOperation(UserOperationType type)
 {
     m_operType = type;
-    // A stroke in progress is finished when the tool changes: its release
-    // goes to the other operation.
-    if (m_scene && (type == PenOperation || type == EraseOperation))
-        m_scene->inkLayer()->dryAll();
+    // A stroke in progress is finished when the other operation takes over:
+    // its release goes there.
+    BaseOperation* previous = m_curOperation;
     if (type == PenOperation) {
         if (!m_pathOperation) {
             m_pathOperation = new MiniPathOpermodel();
@@ -60,6 +59,8 @@ void MyMiniGraphicsView::toggleOperation(UserOperationType type)
         }
         m_curOperation = m_eraseOperation;
     }
+    if (m_scene && previous && m_curOperation != previous)
+        m_scene->inkLayer()->dryAll();
 }
 
 void MyMiniGraphicsView::DrawPenPath()

@@ -282,6 +282,39 @@ private slots:
         QVERIFY(sameAsScene());
     }
 
+    // Strokes far larger than the screen, or with an enormous pen, are drawn
+    // and erased like any other; the board does not stall over them.
+    void oversizedStrokeItems()
+    {
+        drawMouseStroke(wave(QPoint(100, 300), 30));
+        auto* far = new MiniPathItem();
+        far->setPen(QPen(kInks[1], 8));
+        QPainterPath line;
+        line.moveTo(-5e6, -5e6);
+        line.lineTo(5e6, 5e6);
+        far->setPath(line);
+        far->setZValue(m_scene->getNewZValue());
+        m_scene->addItem(far);
+        auto* wide = new MiniPathItem();
+        wide->setPen(QPen(kInks[2], 3000));
+        QPainterPath dash;
+        dash.moveTo(2000, 2000);
+        dash.lineTo(2010, 2000);
+        wide->setPath(dash);
+        wide->setZValue(m_scene->getNewZValue());
+        m_scene->addItem(wide);
+        QVERIFY(sameAsScene());
+        m_view->setTool(MyMiniGraphicsView::EraseTool);
+        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(300, 100));
+        for (int step = 1; step <= 10; ++step)
+            QTest::mouseMove(m_viewport, QPoint(300, 100 + 40 * step));
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(300, 500));
+        QVERIFY(sameAsScene());
+        m_view->clearAllItem();
+        QCOMPARE(m_scene->inkLayer()->count(), 0);
+        QVERIFY(sameAsScene());
+    }
+
     // The property: after any random sequence of board actions the board
     // shows exactly its scene.
     // SKEDA_INK_SESSIONS sets how many sessions run (6 by default).
