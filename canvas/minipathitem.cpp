@@ -1,5 +1,6 @@
 #include "canvas/minipathitem.h"
 
+#include "canvas/boardhistory.h"
 #include "canvas/inklayer.h"
 #include "canvas/myminigraphicsscene.h"
 
@@ -18,6 +19,10 @@ MiniPathItem::~MiniPathItem()
     // telling the item; the layer must forget it first.
     if (m_ink)
         m_ink->removeItem(this);
+    // Deleted while the board's history still refers to it: only board
+    // items deleted behind the history's back (by a host, say) are.
+    if (m_historyRefs > 0)
+        BoardHistory::itemDeleted(this);
 }
 
 void MiniPathItem::setSinglePnt(bool singlePnt)

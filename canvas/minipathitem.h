@@ -60,6 +60,8 @@ protected:
     QVariant itemChange(GraphicsItemChange change, const QVariant& value) override;
 
 private:
+    friend class BoardHistory;
+    friend class InkChangeCommand;
     friend class InkLayer;
 
     void joinInk();
@@ -93,4 +95,6 @@ private:
     bool m_inkInteractive = false;
     // The flags the layer added, to be cleared again when the item leaves it.
     quint16 m_inkFlags = 0;
+    // How many steps of the board's history refer to the item.
+    quint16 m_historyRefs = 0;
 };

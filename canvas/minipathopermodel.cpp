@@ -1,5 +1,6 @@
 #include "canvas/minipathopermodel.h"
 
+#include "canvas/boardhistory.h"
 #include "canvas/inklayer.h"
 #include "canvas/minipathitem.h"
 #include "canvas/myminigraphicsscene.h"
@@ -156,9 +157,13 @@ void MiniPathOpermodel::forgetReleasedTouches(QTouchEvent* e)
     for (const QTouchEvent::TouchPoint& point : points) {
         if (point.state() != Qt::TouchPointReleased)
             continue;
-        finishStroke(point.id());
-        if (point.id() == MouseStrokeId)
+        if (point.id() == MouseStrokeId) {
+            // With the mouse's button still down the stroke goes on; it is
+            // one step of the history when the button is released.
+            finishStroke(point.id(), !m_isPress);
             continue;
+        }
+        finishStroke(point.id());
         m_pntMap.remove(point.id());
         m_pathMap.remove(point.id());
         m_curItemMap.remove(point.id());
@@ -177,13 +182,18 @@ void MiniPathOpermodel::forgetTouchStrokes()
         if (it.key() != MouseStrokeId)
             finishStroke(it.key());
     }
+    const QList<int> drawing = m_strokeItems.keys();
+    for (int id : drawing) {
+        if (id != MouseStrokeId)
+            recordStroke(id);
+    }
     eraseTouchEntries(m_pntMap);
     eraseTouchEntries(m_pathMap);
     eraseTouchEntries(m_curItemMap);
     eraseTouchEntries(m_itemMap);
 }
 
-void MiniPathOpermodel::finishStroke(int id)
+void MiniPathOpermodel::finishStroke(int id, bool record)
 {
     if (!m_scene)
         return;
@@ -192,6 +202,33 @@ void MiniPathOpermodel::finishStroke(int id)
     const QList<MiniPathItem*> tail = m_itemMap.value(id);
     for (MiniPathItem* item : tail)
         ink->setWet(item, false);
+    if (record)
+        recordStroke(id);
+}
+
+void MiniPathOpermodel::recordStroke(int id)
+{
+    const QList<MiniPathItem*> items = m_strokeItems.take(id);
+    if (!items.isEmpty() && m_scene)
+        m_scene->history()->recordStroke(items);
+}
+
+void MiniPathOpermodel::recordOpenStrokes()
+{
+    const QList<int> ids = m_strokeItems.keys();
+    for (int id : ids) {
+        if (m_strokeItems.value(id).isEmpty())
+            continue;
+        finishStroke(id);
+        // The recorded items are no longer the stroke's to change: a
+        // pointer still down draws on from its last point.
+        m_curItemMap.remove(id);
+        m_itemMap.remove(id);
+        auto points = m_pntMap.find(id);
+        if (points != m_pntMap.end() && !points->isEmpty())
+            *points = QList<QPointF>{points->last()};
+        m_pathMap.insert(id, QList<QPainterPath>());
+    }
 }
 
 void MiniPathOpermodel::pressPrivate(int id, const QPointF& scenePos)
@@ -212,6 +249,15 @@ void MiniPathOpermodel::updatePos(int id, const QPointF& scenePos)
         return; // a move without a press
     if (!movedEnough(it->last(), scenePos))
         return;
+    if (!m_strokeItems.contains(id) && (m_curItemMap.contains(id) || m_itemMap.contains(id))) {
+        // The stroke was finished (its items are a step of the history) and
+        // its pointer moves on without a new press: it draws a new stroke
+        // from its last point and leaves the finished one as it is.
+        m_curItemMap.remove(id);
+        m_itemMap.remove(id);
+        *it = QList<QPointF>{it->last()};
+        m_pathMap.insert(id, QList<QPainterPath>());
+    }
     it->append(scenePos);
     PntListChanged(id);
 }
@@ -236,6 +282,12 @@ void MiniPathOpermodel::forgetItems(const QList<QGraphicsItem*>& items)
                    tail.end());
         if (tail.size() != before)
             touched.insert(it.key());
+    }
+    for (auto it = m_strokeItems.begin(); it != m_strokeItems.end(); ++it) {
+        QList<MiniPathItem*>& drawn = it.value();
+        drawn.erase(std::remove_if(drawn.begin(), drawn.end(),
+                                   [&gone](MiniPathItem* item) { return gone.contains(item); }),
+                    drawn.end());
     }
     // A stroke whose ink was taken away goes on, if its pointer is still down,
     // from where it is now; it does not redraw the piece it had just drawn.
@@ -263,6 +315,7 @@ void MiniPathOpermodel::PntListChanged(int id)
     if (n == 2) {
         if (MiniPathItem* dot = m_curItemMap.value(id)) {
             m_curItemMap.remove(id);
+            m_strokeItems[id].removeOne(dot);
             delete dot;
         }
         QPainterPath piece;
@@ -347,6 +400,7 @@ void MiniPathOpermodel::addDot(int id, const QPointF& point, QList<QPainterPath>
     dot->setSinglePnt(true);
     dot->setPath(dotPath);
     m_scene->addItem(dot);
+    m_strokeItems[id].append(dot);
 
     pieces.append(dotPath);
     m_pathMap.insert(id, pieces);
@@ -384,8 +438,16 @@ QList<QPainterPath> MiniPathOpermodel::tailParts(const QList<QPainterPath>& piec
 void MiniPathOpermodel::deleteTail(int id)
 {
     const QList<MiniPathItem*> old = m_itemMap.take(id);
-    for (int i = old.size() - 1; i >= 0; --i)
-        delete old.at(i);
+    // The tail is what the stroke added last.
+    QList<MiniPathItem*>& drawn = m_strokeItems[id];
+    for (int i = old.size() - 1; i >= 0; --i) {
+        MiniPathItem* item = old.at(i);
+        if (!drawn.isEmpty() && drawn.last() == item)
+            drawn.removeLast();
+        else
+            drawn.removeOne(item);
+        delete item;
+    }
 }
 
 QList<QPainterPath> MiniPathOpermodel::cutTail(QPolygonF polygon, qreal segmentLength)
@@ -427,7 +489,6 @@ QList<QPainterPath> MiniPathOpermodel::cutTail(QPolygonF polygon, qreal segmentL
 
 MiniPathItem* MiniPathOpermodel::addPathToScene(int id, int width, const QPainterPath& path)
 {
-    Q_UNUSED(id)
     auto* item = new MiniPathItem();
     m_scene->addItem(item);
     item->setPen(UIManager::getInstance()->pen());
@@ -436,6 +497,7 @@ MiniPathItem* MiniPathOpermodel::addPathToScene(int id, int width, const QPainte
     item->setZValue(qreal(m_scene->getNewZValue()));
     // Painted over the finished ink until its stroke is finished.
     m_scene->inkLayer()->setWet(item, true);
+    m_strokeItems[id].append(item);
     return item;
 }
 

@@ -34,6 +34,12 @@ public:
     void touchUpdate(QTouchEvent* e) override;
     void touchEnd(QTouchEvent* e) override;
     void forgetItems(const QList<QGraphicsItem*>& items) override;
+    // Hands every stroke still in progress to the board's history as it
+    // stands, each as one step. A stroke whose pointer is still down goes on
+    // from where it is, as a stroke of its own. The eraser calls this before
+    // it cuts, and undo before it takes anything back, so that no step ever
+    // refers to ink that a stroke in progress still changes.
+    void recordOpenStrokes();
 
     // `add` appended to `base` as straight lines to each of its points after
     // the first (whatever the element types); a copy of `add` if `base` is
@@ -68,8 +74,11 @@ private:
     // body item, if it has one.
     QList<QPainterPath> tailParts(const QList<QPainterPath>& pieces, MiniPathItem* body) const;
     void deleteTail(int id);
-    // The stroke is no longer drawn: its items dry into the ink layer.
-    void finishStroke(int id);
+    // The stroke's items go to the board's history as one step.
+    void recordStroke(int id);
+    // The stroke is no longer drawn: its items dry into the ink layer and,
+    // with `record`, become one step of the board's history.
+    void finishStroke(int id, bool record = true);
     MiniPathItem* addPathToScene(int id, int width, const QPainterPath& path);
     QPointF toScene(const QPoint& viewportPos) const;
 
@@ -78,5 +87,8 @@ private:
     QMap<int, QList<QPainterPath>> m_pathMap;
     QMap<int, MiniPathItem*> m_curItemMap;
     QMap<int, QList<MiniPathItem*>> m_itemMap;
+    // Every item that each stroke in progress has in the scene, in the order
+    // they entered it; the step it becomes when the stroke is finished.
+    QMap<int, QList<MiniPathItem*>> m_strokeItems;
     bool m_isTouch = false;
 };

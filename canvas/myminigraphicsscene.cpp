@@ -1,5 +1,6 @@
 #include "canvas/myminigraphicsscene.h"
 
+#include "canvas/boardhistory.h"
 #include "canvas/inklayer.h"
 #include "canvas/minipathitem.h"
 #include "eraser/minieraseopermodel.h"
@@ -11,6 +12,7 @@
 MyMiniGraphicsScene::MyMiniGraphicsScene(QObject* parent)
     : QGraphicsScene(parent)
     , m_ink(new InkLayer(this, MiniEraseOperModel::EarseZValue))
+    , m_history(new BoardHistory(this))
 {
     // Strokes are added and removed all the time; a BSP index would cost more
     // than it saves.
@@ -19,7 +21,11 @@ MyMiniGraphicsScene::MyMiniGraphicsScene(QObject* parent)
 
 MyMiniGraphicsScene::~MyMiniGraphicsScene()
 {
-    // The items go while the layer that draws them is still here.
+    // The steps let go of the items on the board and delete those they kept
+    // off it; then the items go while the layer that draws them is still
+    // here.
+    delete m_history;
+    m_history = nullptr;
     m_ink->clear();
     clear();
     delete m_ink;

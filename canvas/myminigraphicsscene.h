@@ -2,6 +2,7 @@
 
 #include <QGraphicsScene>
 
+class BoardHistory;
 class InkLayer;
 
 // The board's scene. It adds a counter of z values that makes every new
@@ -18,6 +19,8 @@ public:
 
     // Draws the stroke items of this scene (they do not paint themselves).
     InkLayer* inkLayer() const { return m_ink; }
+    // The undo history of the drawing.
+    BoardHistory* history() const { return m_history; }
 
 protected:
     // No item of the board takes mouse input: while the scene holds nothing
@@ -36,4 +39,5 @@ protected:
 private:
     qint64 m_zValue = 0;
     InkLayer* m_ink;
+    BoardHistory* m_history;
 };

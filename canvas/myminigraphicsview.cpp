@@ -1,5 +1,6 @@
 #include "canvas/myminigraphicsview.h"
 
+#include "canvas/boardhistory.h"
 #include "canvas/inklayer.h"
 #include "canvas/minipathopermodel.h"
 #include "canvas/myminigraphicsscene.h"
@@ -86,15 +87,34 @@ void MyMiniGraphicsView::clearAllItem()
 {
     if (!m_scene)
         return;
-    const QList<QGraphicsItem*> items = m_scene->items(Qt::DescendingOrder);
+    const QList<QGraphicsItem*> items = m_scene->items(Qt::AscendingOrder);
     if (items.isEmpty())
         return;
-    forgetItems(items);
-    // QGraphicsScene::clear() empties the scene's item list before it
-    // deletes the items; removing them one by one from a scene without an
-    // index costs time in proportion to the items left, for every item.
-    m_scene->inkLayer()->clear();
-    m_scene->clear();
+    m_scene->history()->clearBoard(items);
+}
+
+bool MyMiniGraphicsView::isPointerDown() const
+{
+    return m_fingersDown || (m_mouseDown && QGuiApplication::mouseButtons() != Qt::NoButton);
+}
+
+bool MyMiniGraphicsView::prepareHistory()
+{
+    if (!m_scene || isPointerDown())
+        return false;
+    if (m_pathOperation)
+        m_pathOperation->recordOpenStrokes();
+    return true;
+}
+
+bool MyMiniGraphicsView::undo()
+{
+    return prepareHistory() && m_scene->history()->undo();
+}
+
+bool MyMiniGraphicsView::redo()
+{
+    return prepareHistory() && m_scene->history()->redo();
 }
 
 void MyMiniGraphicsView::deleteItems(const QList<QGraphicsItem*>& items)
@@ -218,6 +238,7 @@ bool MyMiniGraphicsView::viewportEvent(QEvent* event)
     switch (event->type()) {
     case QEvent::MouseButtonPress:
         if (!m_isTouching) {
+            m_mouseDown = true;
             hideParentTool();
             m_isTouching = false;
             m_curOperation->mousePressEvent(static_cast<QMouseEvent*>(event));
@@ -228,10 +249,12 @@ bool MyMiniGraphicsView::viewportEvent(QEvent* event)
             m_curOperation->mouseMoveEvent(static_cast<QMouseEvent*>(event));
         break;
     case QEvent::MouseButtonRelease:
+        m_mouseDown = static_cast<QMouseEvent*>(event)->buttons() != Qt::NoButton;
         if (!m_isTouching)
             m_curOperation->mouseReleaseEvent(static_cast<QMouseEvent*>(event));
         break;
     case QEvent::TouchBegin:
+        m_fingersDown = true;
         hideParentTool();
         m_isTouching = true;
         m_curOperation->touchBegine(static_cast<QTouchEvent*>(event));
@@ -240,9 +263,13 @@ bool MyMiniGraphicsView::viewportEvent(QEvent* event)
         m_curOperation->touchUpdate(static_cast<QTouchEvent*>(event));
         return true;
     case QEvent::TouchEnd:
+        m_fingersDown = false;
         m_curOperation->touchEnd(static_cast<QTouchEvent*>(event));
         m_isTouching = false;
         return true;
+    case QEvent::TouchCancel:
+        m_fingersDown = false;
+        break;
     default:
         break;
     }

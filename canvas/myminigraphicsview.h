@@ -31,13 +31,24 @@ public:
     void StartErase();
     // 0 selects the pen, any other value the eraser.
     void setTool(ViewTool tool);
-    // Removes and deletes every item of the scene.
+    // Removes every item of the scene: the strokes as one step of the
+    // board's history (undo brings them back), the rest for good.
     void clearAllItem();
     // Removes these items from the scene and deletes them, after telling every
     // operation to forget them.
     void deleteItems(const QList<QGraphicsItem*>& items);
     // The primary screen with the drawing laid over it.
     QPixmap getViewToPixmap();
+    // Takes back the last change of the drawing, or makes the last one taken
+    // back again. Nothing happens while the mouse or a finger is down on the
+    // board (a stroke or an erasure in progress); false then, or when there
+    // is nothing to undo or redo.
+    bool undo();
+    bool redo();
+    // Whether the mouse or a finger is down on the board.
+    bool isPointerDown() const;
+    // Tells both operations that these items are about to leave the scene.
+    void forgetItems(const QList<QGraphicsItem*>& items);
 
     UserOperationType operationType() const { return m_operType; }
     BaseOperation* currentOperation() const { return m_curOperation; }
@@ -55,8 +66,8 @@ protected:
 
 private:
     void hideParentTool();
-    // Tells both operations that these items are about to be deleted.
-    void forgetItems(const QList<QGraphicsItem*>& items);
+    // Before undo or redo: strokes whose release went elsewhere are finished.
+    bool prepareHistory();
 
     UserOperationType m_operType = NoOperation;
     MyMiniGraphicsScene* m_scene = nullptr;
@@ -64,6 +75,10 @@ private:
     MiniPathOpermodel* m_pathOperation = nullptr;
     MiniEraseOperModel* m_eraseOperation = nullptr;
     bool m_isTouching = false;
+    // The mouse's button and the fingers as the viewport saw them; unlike
+    // m_isTouching, a cancelled touch sequence ends the fingers' part.
+    bool m_mouseDown = false;
+    bool m_fingersDown = false;
     ViewTool m_tool = PenTool;
     // Whether Qt tracks the scene's item updates again because it painted
     // the scene itself (render()); see paintEvent().

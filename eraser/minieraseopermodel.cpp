@@ -1,7 +1,9 @@
 #include "eraser/minieraseopermodel.h"
 
+#include "canvas/boardhistory.h"
 #include "canvas/inklayer.h"
 #include "canvas/minipathitem.h"
+#include "canvas/minipathopermodel.h"
 #include "canvas/myminigraphicsscene.h"
 #include "canvas/myminigraphicsview.h"
 #include "common/common.h"
@@ -108,6 +110,7 @@ void MiniEraseOperModel::mouseReleaseEvent(QMouseEvent* e)
 {
     Q_UNUSED(e)
     hideItems();
+    endErase();
 }
 
 void MiniEraseOperModel::touchBegine(QTouchEvent* e)
@@ -145,6 +148,13 @@ void MiniEraseOperModel::touchEnd(QTouchEvent* e)
     Q_UNUSED(e)
     hideItems();
     m_isTouch = false;
+    endErase();
+}
+
+void MiniEraseOperModel::endErase()
+{
+    if (m_scene)
+        m_scene->history()->endErase();
 }
 
 void MiniEraseOperModel::touchPrivate(QTouchEvent* e)
@@ -264,6 +274,17 @@ void MiniEraseOperModel::earse()
     } else {
         candidates = m_earsePathItem->collidingItems(Qt::IntersectsItemShape);
     }
+    // On the board the erasure is one step of the history, from press to
+    // release. Strokes the pen is still drawing are handed to the history
+    // first, so that the step never refers to ink that is still changing.
+    BoardHistory* history = board && m_view ? board->history() : nullptr;
+    auto record = [this, history] {
+        if (!history || history->isErasing())
+            return;
+        if (MiniPathOpermodel* pen = m_view->pathOperation())
+            pen->recordOpenStrokes();
+        history->beginErase();
+    };
     // Children go with a deleted stroke; their entries must not be touched.
     QSet<QGraphicsItem*> deleted;
     QList<QGraphicsItem*> erased;
@@ -287,6 +308,9 @@ void MiniEraseOperModel::earse()
                 continue;
             }
         }
+        record();
+        if (history)
+            history->noteCut(stroke);
         // The finished ink keeps the stroke's pixels wherever the cut does
         // not change them; only the changed area is drawn again.
         QRect changed;
@@ -295,10 +319,19 @@ void MiniEraseOperModel::earse()
         const QList<MiniPathItem*> added = applyPieces(stroke, pieces);
         if (inPlace)
             board->inkLayer()->endCut(added);
+        if (history)
+            history->noteAdded(added);
     }
 
     if (!erased.isEmpty()) {
-        if (m_view) {
+        if (history) {
+            record();
+            QList<MiniPathItem*> strokes;
+            strokes.reserve(erased.size());
+            for (QGraphicsItem* item : qAsConst(erased))
+                strokes.append(static_cast<MiniPathItem*>(item));
+            history->takeErased(strokes);
+        } else if (m_view) {
             m_view->deleteItems(erased);
         } else {
             for (QGraphicsItem* item : qAsConst(erased))

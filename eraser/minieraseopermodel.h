@@ -85,6 +85,8 @@ private:
     // Asks for a repaint of where the picture is now.
     void repaintEarse();
     void removeStroke(MiniPathItem* item);
+    // The drag is over: what it erased becomes one step of the history.
+    void endErase();
     // Where cutting the stroke into these pieces changes what it shows, when
     // that can be told from the segments that were cut (`cutSegments`);
     // false when the pieces may show differently anywhere.

@@ -8,6 +8,7 @@
 #include <QDesktopWidget>
 #include <QEventLoop>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineF>
 #include <QMouseEvent>
@@ -48,6 +49,7 @@ ScreenShot::ScreenShot(QPixmap* result, QWidget* parent)
 {
     setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     setAttribute(Qt::WA_TranslucentBackground);
+    setFocusPolicy(Qt::StrongFocus);
 
     initLayout();
     resize();
@@ -224,6 +226,42 @@ int ScreenShot::getMousePos(QPoint pos)
     }
     setCursor(cursors[region]);
     return region;
+}
+
+bool ScreenShot::event(QEvent* event)
+{
+    if (event->type() == QEvent::ShortcutOverride) {
+        event->accept();
+        return true;
+    }
+    return QWidget::event(event);
+}
+
+void ScreenShot::keyPressEvent(QKeyEvent* event)
+{
+    switch (event->key()) {
+    case Qt::Key_Escape:
+        m_cancelButton->click();
+        break;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        // Only a selection that shows its confirm bar can be confirmed.
+        if (m_buttonBar->isVisible())
+            m_confirmButton->click();
+        break;
+    default:
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    event->accept();
+}
+
+void ScreenShot::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    // The keyboard goes to the overlay while it is up.
+    activateWindow();
+    setFocus(Qt::ActiveWindowFocusReason);
 }
 
 void ScreenShot::mousePressEvent(QMouseEvent* event)

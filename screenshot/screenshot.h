@@ -78,6 +78,12 @@ signals:
     void showDesktop(bool);
 
 protected:
+    // Esc cancels the overlay, Enter confirms the selection. While the
+    // overlay is active every key is its own: the board's shortcuts (Esc
+    // closes the board) do not reach past it.
+    bool event(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;

@@ -6,9 +6,11 @@
 #include "screenshot/screenshot.h"
 #include "toolbar/skedatool.h"
 
+#include <QAction>
 #include <QDebug>
 #include <QGuiApplication>
 #include <QHBoxLayout>
+#include <QKeySequence>
 #include <QScreen>
 #include <QX11Info>
 
@@ -56,6 +58,48 @@ MainWindow::MainWindow(QWidget* parent)
     setAttribute(Qt::WA_TranslucentBackground);
 
     createTool(deskSize.height());
+    createShortcuts();
+}
+
+void MainWindow::createShortcuts()
+{
+    // One action per command, with all of its keys: the same key on two
+    // shortcuts would make both ambiguous. Qt keeps a window's shortcuts
+    // working while one of its tool windows (the toolbar) is active; the
+    // actions are added to the toolbar as well all the same.
+    auto add = [this](QList<QKeySequence> keys, auto&& slot) {
+        QList<QKeySequence> unique;
+        for (const QKeySequence& key : keys) {
+            if (!key.isEmpty() && !unique.contains(key))
+                unique.append(key);
+        }
+        auto* action = new QAction(this);
+        action->setShortcuts(unique);
+        action->setShortcutContext(Qt::WindowShortcut);
+        connect(action, &QAction::triggered, this, slot);
+        addAction(action);
+        m_tool->addAction(action);
+    };
+    add(QKeySequence::keyBindings(QKeySequence::Undo) << QKeySequence(Qt::CTRL | Qt::Key_Z),
+        [this] { undo(); });
+    add(QKeySequence::keyBindings(QKeySequence::Redo)
+            << QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z) << QKeySequence(Qt::CTRL | Qt::Key_Y),
+        [this] { redo(); });
+    add({QKeySequence(Qt::Key_P)}, [this] { m_tool->clickButton(SkedaTool::PenButton); });
+    add({QKeySequence(Qt::Key_E)}, [this] { m_tool->clickButton(SkedaTool::EraserButton); });
+    add({QKeySequence(Qt::Key_D)}, [this] { m_tool->clickButton(SkedaTool::SelectButton); });
+    add({QKeySequence(Qt::Key_S)}, [this] { m_tool->clickButton(SkedaTool::ScreenShotButton); });
+    add({QKeySequence(Qt::Key_Escape)}, [this] { m_tool->clickButton(SkedaTool::CloseButton); });
+}
+
+bool MainWindow::undo()
+{
+    return m_view->undo();
+}
+
+bool MainWindow::redo()
+{
+    return m_view->redo();
 }
 
 void MainWindow::createTool(int deskHeight)

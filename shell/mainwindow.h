@@ -34,6 +34,15 @@ public:
     MyMiniGraphicsScene* scene() const { return m_scene; }
     SkedaTool* tool() const { return m_tool; }
 
+public slots:
+    // Takes back the last change of the drawing (a stroke, an erasure, a
+    // clear), or makes the last one taken back again. Nothing happens while
+    // the mouse or a finger is down on the board; false then, or when there
+    // is nothing to undo or redo. Hosts that hold only the QWidget* call
+    // them by name (QMetaObject::invokeMethod).
+    bool undo();
+    bool redo();
+
 signals:
     void sigSkedaClose();
     void sigScreenShotPixmap(QPixmap pix);
@@ -43,6 +52,8 @@ private:
     // and turns its commands into actions on the board.
     void createTool(int deskHeight);
     void startScreenShot();
+    // The keyboard's commands, on the board and on its toolbar.
+    void createShortcuts();
 
     MyMiniGraphicsView* m_view = nullptr;
     MyMiniGraphicsScene* m_scene = nullptr;

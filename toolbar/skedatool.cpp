@@ -7,6 +7,7 @@
 
 #include <QButtonGroup>
 #include <QColor>
+#include <QCoreApplication>
 #include <QDebug>
 #include <QEvent>
 #include <QFrame>
@@ -183,6 +184,42 @@ void SkedaTool::initUI()
         hideTool();
         emit sigScreenShot();
     });
+}
+
+void SkedaTool::clickButton(Button button)
+{
+    PushButton_7* target = nullptr;
+    switch (button) {
+    case SelectButton:
+        target = m_selectBtn;
+        break;
+    case PenButton:
+        target = m_penBtn;
+        break;
+    case EraserButton:
+        target = m_eraserBtn;
+        break;
+    case ScreenShotButton:
+        target = m_screenShotBtn;
+        break;
+    case CloseButton:
+        target = m_closeBtn;
+        break;
+    }
+    if (!target || !target->isEnabled())
+        return;
+    const QPoint centre = target->rect().center();
+    const QPoint global = target->mapToGlobal(centre);
+    // The press may already end the toolbar's world (a host reacting to a
+    // signal); the release goes only to a button that is still there.
+    QPointer<PushButton_7> alive(target);
+    QMouseEvent press(QEvent::MouseButtonPress, centre, global, Qt::LeftButton, Qt::LeftButton,
+                      Qt::NoModifier);
+    QCoreApplication::sendEvent(target, &press);
+    QMouseEvent release(QEvent::MouseButtonRelease, centre, global, Qt::LeftButton, Qt::NoButton,
+                        Qt::NoModifier);
+    if (alive)
+        QCoreApplication::sendEvent(alive, &release);
 }
 
 void SkedaTool::createPenPopup()

@@ -27,6 +27,9 @@ class SkedaTool : public QWidget
     Q_OBJECT
 
 public:
+    // The command buttons, as the keyboard names them.
+    enum Button { SelectButton, PenButton, EraserButton, ScreenShotButton, CloseButton };
+
     explicit SkedaTool(QWidget* parent = nullptr);
     ~SkedaTool() override;
 
@@ -38,6 +41,10 @@ public:
     QWidget* getMainWidget() const;
     // Folds both pop-ups away.
     void hideTool();
+    // Clicks the button as the mouse does (a press and a release on it), so
+    // that its checked state, the pop-ups and the signals follow exactly as
+    // for a click: the keyboard's way to the toolbar's commands.
+    void clickButton(Button button);
 
     // Drags the bar by its logo button. Never consumes an event.
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -19,6 +19,7 @@
 //   SKEDA_SOAK_SEED    seed of the random generator (default 20261122)
 //   SKEDA_SOAK_PHASE   events per phase (default 2500)
 
+#include "canvas/boardhistory.h"
 #include "canvas/minipathitem.h"
 #include "canvas/minipathopermodel.h"
 #include "canvas/myminigraphicsscene.h"
@@ -475,7 +476,14 @@ private:
             if (fingersDown())
                 ++m_stats.clearsWhileDown;
             command("sigClear");
-        } else if (roll < 88) {
+        } else if (roll < 80) {
+            // Also while fingers are down, where it must do nothing.
+            ++m_stats.commands;
+            QVERIFY(QMetaObject::invokeMethod(m_board, "undo"));
+        } else if (roll < 83) {
+            ++m_stats.commands;
+            QVERIFY(QMetaObject::invokeMethod(m_board, "redo"));
+        } else if (roll < 91) {
             ++m_stats.commands;
             QVariant colour = QString::fromLatin1(colours[m_random.bounded(8)]);
             if (chance(5))
@@ -709,6 +717,10 @@ private:
         QVERIFY(QMetaObject::invokeMethod(tool(), "sigClear"));
         QTest::qWait(20);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        // The history keeps at most its hundred steps; a phase ends with
+        // none, so that the heap shows what the board itself keeps.
+        QVERIFY(scene()->history()->count() <= BoardHistory::StepLimit);
+        scene()->history()->clear();
     }
 
 private slots:
