@@ -186,26 +186,32 @@ void SkedaTool::initUI()
     });
 }
 
-void SkedaTool::clickButton(Button button)
+PushButton_7* SkedaTool::buttonOf(Button button) const
 {
-    PushButton_7* target = nullptr;
     switch (button) {
     case SelectButton:
-        target = m_selectBtn;
-        break;
+        return m_selectBtn;
     case PenButton:
-        target = m_penBtn;
-        break;
+        return m_penBtn;
     case EraserButton:
-        target = m_eraserBtn;
-        break;
+        return m_eraserBtn;
     case ScreenShotButton:
-        target = m_screenShotBtn;
-        break;
+        return m_screenShotBtn;
     case CloseButton:
-        target = m_closeBtn;
-        break;
+        return m_closeBtn;
     }
+    return nullptr;
+}
+
+bool SkedaTool::isButtonChecked(Button button) const
+{
+    PushButton_7* target = buttonOf(button);
+    return target && target->isChecked();
+}
+
+void SkedaTool::clickButton(Button button)
+{
+    PushButton_7* target = buttonOf(button);
     if (!target || !target->isEnabled())
         return;
     const QPoint centre = target->rect().center();

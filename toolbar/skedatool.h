@@ -45,6 +45,7 @@ public:
     // that its checked state, the pop-ups and the signals follow exactly as
     // for a click: the keyboard's way to the toolbar's commands.
     void clickButton(Button button);
+    bool isButtonChecked(Button button) const;
 
     // Drags the bar by its logo button. Never consumes an event.
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -69,6 +70,7 @@ private:
     // Hides the pop-up when it is shown, otherwise opens it centred above
     // the button.
     void togglePopup(QWidget* popup, QWidget* button);
+    PushButton_7* buttonOf(Button button) const;
 
     QFrame* m_frame = nullptr;
     PushButton_7* m_logoBtn = nullptr;

@@ -107,7 +107,102 @@ private slots:
                                  "session (or set DISPLAY)\n"));
     }
 
+    // One board per user and display: later launchers hand it their
+    // command and answer once it is carried out.
+    void commandsDriveTheRunningBoard()
+    {
+        QProcess board;
+        board.setProcessChannelMode(QProcess::ForwardedChannels);
+        board.start(QStringLiteral(SKEDA_LAUNCHER_FILE), QStringList());
+        QVERIFY(board.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(X11Desktop::windowOfProcess(m_display, board.processId(), 1920),
+                                 15000);
+
+        QCOMPARE(run({QStringLiteral("--eraser")}).status, 0);
+        QCOMPARE(run({QStringLiteral("--close")}).status, 0);
+        // Answered once done; the X server may take a moment to unmap.
+        QTRY_COMPARE(X11Desktop::windowOfProcess(m_display, board.processId(), 1920), 0ul);
+        QCOMPARE(board.state(), QProcess::Running);
+
+        // A second skeda shows the first board and ends.
+        const Outcome second = run({});
+        QCOMPARE(second.status, 0);
+        QTRY_VERIFY(X11Desktop::windowOfProcess(m_display, board.processId(), 1920) != 0);
+
+        QCOMPARE(run({QStringLiteral("--toggle")}).status, 0);
+        QTRY_COMPARE(X11Desktop::windowOfProcess(m_display, board.processId(), 1920), 0ul);
+        QCOMPARE(run({QStringLiteral("--toggle")}).status, 0);
+        QTRY_VERIFY(X11Desktop::windowOfProcess(m_display, board.processId(), 1920) != 0);
+        for (const char* command : {"--pen", "--desktop", "--undo", "--redo", "--clear", "--show"})
+            QCOMPARE(run({QString::fromLatin1(command)}).status, 0);
+
+        const Outcome twice = run({QStringLiteral("--pen"), QStringLiteral("--clear")});
+        QCOMPARE(twice.status, 1);
+        QCOMPARE(twice.error, QByteArray("skeda: one command at a time (pen, clear)\n"));
+
+        QCOMPARE(run({QStringLiteral("--quit")}).status, 0);
+        QVERIFY(board.waitForFinished(10000));
+        QCOMPARE(board.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(board.exitCode(), 0);
+    }
+
+    void commandsWithoutABoard()
+    {
+        for (const char* command : {"--close", "--pen", "--undo", "--clear", "--quit"}) {
+            const Outcome outcome = run({QString::fromLatin1(command)});
+            QCOMPARE(outcome.status, 1);
+            QCOMPARE(outcome.error, QByteArray("skeda: no board is running on this display\n"));
+        }
+        const Outcome unknown = run({QStringLiteral("--bogus")});
+        QCOMPARE(unknown.status, 1);
+        QCOMPARE(unknown.error,
+                 QByteArray("skeda: Unknown option 'bogus'.\nTry \"skeda --help\".\n"));
+    }
+
+    // Neither opens a board, nor needs a display.
+    void helpAndVersionWithoutADisplay()
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.remove(QStringLiteral("DISPLAY"));
+        env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+        const Outcome help = run({QStringLiteral("--help")}, env);
+        QCOMPARE(help.status, 0);
+        QVERIFY2(help.output.startsWith("Usage: skeda [options]\n"), help.output.constData());
+        for (const char* option :
+             {"--show", "--close", "--toggle", "--pen", "--eraser", "--desktop", "--undo", "--redo",
+              "--clear", "--screenshot", "--quit", "--version"})
+            QVERIFY2(help.output.contains(option), option);
+        const Outcome version = run({QStringLiteral("--version")}, env);
+        QCOMPARE(version.status, 0);
+        QCOMPARE(version.output, QByteArray("skeda 0.1.0\n"));
+    }
+
 private:
+    struct Outcome
+    {
+        int status = -1;
+        QByteArray output;
+        QByteArray error;
+    };
+
+    static Outcome run(const QStringList& arguments,
+                       const QProcessEnvironment& env = QProcessEnvironment::systemEnvironment())
+    {
+        QProcess launcher;
+        launcher.setProcessEnvironment(env);
+        launcher.start(QStringLiteral(SKEDA_LAUNCHER_FILE), arguments);
+        Outcome outcome;
+        if (!launcher.waitForFinished(30000) || launcher.exitStatus() != QProcess::NormalExit) {
+            launcher.kill();
+            launcher.waitForFinished();
+            return outcome;
+        }
+        outcome.status = launcher.exitCode();
+        outcome.output = launcher.readAllStandardOutput();
+        outcome.error = launcher.readAllStandardError();
+        return outcome;
+    }
+
     Display* m_display = nullptr;
 };
 
