@@ -1,8 +1,12 @@
 #pragma once
 
+#include <QPoint>
+#include <QSize>
 #include <QVector>
 
 class MainWindow;
+class QRandomGenerator;
+class QWidget;
 
 // Figures printed one per line as "name key=value ...", for people and
 // scripts alike. Nothing here asserts a time.
@@ -24,9 +28,27 @@ qint64 heapInUse();
 // A shown, exposed board covering the primary screen.
 MainWindow* createBoard();
 
+// Clears the board and lets its history go, so that nothing that was on the
+// board stays in memory.
+void clearBoard(MainWindow* board);
+
+// One stroke like a drawn one: 40 points, a walk of 6 to 10 pixel steps
+// whose heading turns a little at each point, kept inside the board.
+QVector<QPoint> strokePoints(const QSize& board, QRandomGenerator& random);
+// Lets everything an event caused run to the end: the event, the work it
+// queued, and the repaint it asked for.
+void settle();
+// Draws one stroke with the mouse through the window system interface. With
+// `samples`, each move is timed with everything it causes processed (the
+// repaint included).
+void drawStroke(QWidget* viewport, const QVector<QPoint>& points, QVector<qint64>* samples);
+
 } // namespace Bench
 
 void runPenBench();
 void runEraserBench();
 // Boards of the given numbers of strokes, filled in turn (ascending).
 void runBoardBench(const QVector<int>& sizes);
+// Undo and redo on a board of this many strokes: what the steps keep and
+// what undoing and redoing strokes, an erasure and a clear cost.
+void runHistoryBench(int strokes);

@@ -23,7 +23,6 @@
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
-#include <QSet>
 #include <QTest>
 #include <QtMath>
 
@@ -38,8 +37,10 @@ constexpr int kRepaints = 30;
 // Strokes stay clear of the toolbar's corner and of the screen's edges.
 constexpr int kMargin = 40;
 
-// One stroke like a drawn one: a walk of 6 to 10 pixel steps whose heading
-// turns a little at each point, kept inside the board.
+} // namespace
+
+namespace Bench {
+
 QVector<QPoint> strokePoints(const QSize& board, QRandomGenerator& random)
 {
     const QRect area(kMargin, kMargin, board.width() - 2 * kMargin,
@@ -64,8 +65,6 @@ QVector<QPoint> strokePoints(const QSize& board, QRandomGenerator& random)
     return points;
 }
 
-// Lets everything an event caused run to the end: the event, the work it
-// queued, and the repaint it asked for.
 void settle()
 {
     QCoreApplication::processEvents();
@@ -73,8 +72,6 @@ void settle()
     QCoreApplication::processEvents();
 }
 
-// Draws one stroke with the mouse. With `samples`, each move is timed with
-// everything it causes processed (the repaint included).
 void drawStroke(QWidget* viewport, const QVector<QPoint>& points, QVector<qint64>* samples)
 {
     QTest::mousePress(viewport, Qt::LeftButton, Qt::NoModifier, points.first());
@@ -91,15 +88,13 @@ void drawStroke(QWidget* viewport, const QVector<QPoint>& points, QVector<qint64
     QCoreApplication::processEvents();
 }
 
-QList<QGraphicsItem*> newItems(const QSet<QGraphicsItem*>& before, const QList<QGraphicsItem*>& now)
-{
-    QList<QGraphicsItem*> added;
-    for (QGraphicsItem* item : now) {
-        if (!before.contains(item))
-            added.append(item);
-    }
-    return added;
-}
+} // namespace Bench
+
+namespace {
+
+using Bench::drawStroke;
+using Bench::settle;
+using Bench::strokePoints;
 
 struct Figures
 {
@@ -143,15 +138,13 @@ void runBoardBench(const QVector<int>& sizes)
         std::printf("board_fill strokes=%d items=%d fill_s=%.1f\n", drawn, f.items,
                     fillTimer.nsecsElapsed() / 1e9);
 
-        // Pen points on this board; the measuring strokes are taken away
-        // again so that every figure sees the same board.
-        QSet<QGraphicsItem*> before;
-        const QList<QGraphicsItem*> itemsBefore = scene->items();
-        before = QSet<QGraphicsItem*>(itemsBefore.cbegin(), itemsBefore.cend());
+        // Pen points on this board; the measuring strokes are undone again
+        // so that every figure sees the same board.
         QVector<qint64> penSamples;
         for (int s = 0; s < kMeasureStrokes; ++s)
             drawStroke(viewport, strokePoints(size, random), &penSamples);
-        view->deleteItems(newItems(before, scene->items()));
+        for (int s = 0; s < kMeasureStrokes; ++s)
+            board->undo();
         QCoreApplication::processEvents();
         f.pen = Bench::summarize(penSamples);
 

@@ -15,6 +15,7 @@
 
 #include "bench/benches.h"
 
+#include "canvas/boardhistory.h"
 #include "canvas/minipathitem.h"
 #include "canvas/myminigraphicsscene.h"
 #include "canvas/myminigraphicsview.h"
@@ -50,6 +51,7 @@ void populate(MyMiniGraphicsView* view, MyMiniGraphicsScene* scene, int strokes,
               QRandomGenerator& random)
 {
     view->clearAllItem();
+    scene->history()->clear();
     const QRectF screen = scene->sceneRect();
     const QColor colours[] = {QColor("#F73859"), QColor("#3A7BD5"), QColor("#2BB673"),
                               QColor("#F5A623")};
@@ -172,4 +174,5 @@ void runEraserBench()
                     opFigures[2].p99Us / opFigures[0].p99Us);
     }
     view->clearAllItem();
+    scene->history()->clear();
 }

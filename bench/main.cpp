@@ -1,9 +1,12 @@
 // skeda-bench: the cost of the board's hot paths, measured through the real
 // event path on a shown board. Run it on a 1920x1080 X server:
-//   scripts/bench.sh [pen] [eraser] [board]
+//   scripts/bench.sh [pen] [eraser] [board] [history]
 
 #include "bench/benches.h"
 
+#include "canvas/boardhistory.h"
+#include "canvas/myminigraphicsscene.h"
+#include "canvas/myminigraphicsview.h"
 #include "shell/mainwindow.h"
 
 #include <QApplication>
@@ -49,6 +52,12 @@ MainWindow* createBoard()
     return window;
 }
 
+void clearBoard(MainWindow* board)
+{
+    board->view()->clearAllItem();
+    board->scene()->history()->clear();
+}
+
 } // namespace Bench
 
 int main(int argc, char** argv)
@@ -76,6 +85,11 @@ int main(int argc, char** argv)
                 sizes.append(word.toInt());
         }
         runBoardBench(sizes);
+    }
+    if (wanted("history")) {
+        // SKEDA_BENCH_HISTORY_STROKES sets the board (default 1,000 strokes).
+        const int strokes = qEnvironmentVariableIntValue("SKEDA_BENCH_HISTORY_STROKES");
+        runHistoryBench(strokes > 100 ? strokes : 1000);
     }
     return 0;
 }

@@ -71,7 +71,7 @@ void pointCost(MainWindow* board)
         QVector<qint64> all;
         const int repeats = count == 10000 ? 3 : (count == 1000 ? 10 : 60);
         for (int r = 0; r < repeats; ++r) {
-            board->view()->clearAllItem();
+            Bench::clearBoard(board);
             all += drawStroke(viewport, zigzag(count, 3, viewport->size()));
         }
         const Bench::Summary s = Bench::summarize(all);
@@ -89,7 +89,7 @@ void finishedStrokeFootprint(MainWindow* board)
 {
     QWidget* viewport = board->view()->viewport();
     for (int count : {100, 1000}) {
-        board->view()->clearAllItem();
+        Bench::clearBoard(board);
         QCoreApplication::processEvents();
         const qint64 before = Bench::heapInUse();
         drawStroke(viewport, zigzag(count, 3, viewport->size()));
@@ -102,7 +102,7 @@ void finishedStrokeFootprint(MainWindow* board)
 void repaintCost(MainWindow* board)
 {
     QWidget* viewport = board->view()->viewport();
-    board->view()->clearAllItem();
+    Bench::clearBoard(board);
     QRandomGenerator random(1);
     const QSize size = viewport->size();
     for (int s = 0; s < 1000; ++s) {

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Builds and runs the benchmarks on a virtual 1920x1080 X server and prints
-# their figures. Arguments choose benchmarks: pen, eraser and board (the
-# skeda-bench executable; SKEDA_BENCH_BOARDS="0 100 1000 5000" chooses the
-# boards of the last), and session (a whole drawing session of the launcher
-# with real pointer input, scripts/session-bench.sh). None runs all.
+# their figures. Arguments choose benchmarks: pen, eraser, board and history
+# (the skeda-bench executable; SKEDA_BENCH_BOARDS="0 100 1000 5000" chooses
+# the boards of board, SKEDA_BENCH_HISTORY_STROKES the board of history), and
+# session (a whole drawing session of the launcher with real pointer input,
+# scripts/session-bench.sh). None runs all.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 
