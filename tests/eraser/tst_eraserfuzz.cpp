@@ -306,6 +306,10 @@ private slots:
                 op()->earse();
             else if (action < 96)
                 view()->setTool(MyMiniGraphicsView::EraseTool);
+            else if (action < 98)
+                m_window->undo();
+            else if (action < 99)
+                m_window->redo();
             else
                 QTest::qWait(0);
 
