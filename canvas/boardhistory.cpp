@@ -118,7 +118,7 @@ void BoardHistory::recordStroke(const QList<MiniPathItem*>& items)
     if (items.isEmpty())
         return;
     endErase();
-    push(tr("Stroke"), items, {}, {});
+    push(QStringLiteral("Stroke"), items, {}, {});
 }
 
 void BoardHistory::beginErase()
@@ -200,7 +200,7 @@ void BoardHistory::endErase()
         return;
     std::stable_sort(removed.begin(), removed.end(),
                      [](MiniPathItem* a, MiniPathItem* b) { return a->zValue() < b->zValue(); });
-    push(tr("Erase"), added, removed, cut);
+    push(QStringLiteral("Erase"), added, removed, cut);
 }
 
 void BoardHistory::clearBoard(const QList<QGraphicsItem*>& items)
@@ -223,7 +223,7 @@ void BoardHistory::clearBoard(const QList<QGraphicsItem*>& items)
     // is deleted, as clearing always did.
     m_scene->clear();
     if (!strokes.isEmpty())
-        push(tr("Clear"), {}, strokes, {});
+        push(QStringLiteral("Clear"), {}, strokes, {});
 }
 
 void BoardHistory::push(const QString& text, QList<MiniPathItem*> added,

@@ -1,6 +1,7 @@
 #include "screenshot/screenshot.h"
 
 #include "common/common.h"
+#include "common/translation.h"
 #include "widgets/mpushbutton_1.h"
 
 #include <QApplication>
@@ -59,6 +60,9 @@ ScreenShot::ScreenShot(QPixmap* result, QWidget* parent)
     m_captureLoop = new QEventLoop(this);
     connect(m_captureTimer, &QTimer::timeout, this, &ScreenShot::grabDesktop);
 
+    // The captions and the prompt follow the board's language.
+    if (!Translation::isChinese())
+        updateLanguage(false);
     // Every overlay starts in rectangle mode.
     changeFreeShot(1);
 }

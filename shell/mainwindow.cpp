@@ -3,6 +3,7 @@
 #include "canvas/myminigraphicsscene.h"
 #include "canvas/myminigraphicsview.h"
 #include "common/common.h"
+#include "common/translation.h"
 #include "screenshot/screenshot.h"
 #include "toolbar/skedatool.h"
 
@@ -38,6 +39,8 @@ bool canShapeInput()
 MainWindow::MainWindow(QWidget* parent)
     : QWidget(parent)
 {
+    // Before any text of the board is made.
+    Translation::install();
     QSize deskSize;
     if (QScreen* screen = QGuiApplication::primaryScreen())
         deskSize = screen->geometry().size();

@@ -39,8 +39,9 @@ void EarsePanel::initUI()
     slider->setFixedSize(common->getNewSize(226, 48));
     // The image is drawn at twice the handle's size and scaled down.
     slider->mSetHandleIcon(QPixmap(QStringLiteral(":/images/minimize/huakuai@2x.png")));
-    // The hint is kept as UTF-8 bytes and decoded with the locale's codec.
-    slider->mSetText(QString::fromLocal8Bit(">>> 右滑清屏"));
+    // In the board's language: the design's Chinese hint, or its English
+    // translation.
+    slider->mSetText(tr(">>> 右滑清屏"));
     slider->mSetHandleSize(common->getNewSize(88, 38));
     // The track would leave room for a small inset, but the handle starts
     // flush with the track's left edge and travels all the way to the right

@@ -133,6 +133,15 @@ void SkedaTool::initUI()
     m_closeBtn->setObjectName(QStringLiteral("closeButton"));
     m_closeBtn->setHoverStyle(true);
 
+    // What each button does, and what a second click does, for whoever
+    // meets the toolbar for the first time.
+    m_logoBtn->setToolTip(tr("折叠或展开工具栏；拖动可移动工具栏"));
+    m_selectBtn->setToolTip(tr("选择桌面：点击穿过白板"));
+    m_penBtn->setToolTip(tr("画笔——再点一次选择颜色和粗细"));
+    m_eraserBtn->setToolTip(tr("橡皮擦——再点一次清空白板"));
+    m_screenShotBtn->setToolTip(tr("区域截图"));
+    m_closeBtn->setToolTip(tr("关闭白板"));
+
     m_logoBtn->installEventFilter(this);
 
     m_buttonGroup = new QButtonGroup(this);

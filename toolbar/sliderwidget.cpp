@@ -144,6 +144,13 @@ bool SliderWidget::eventFilter(QObject* watched, QEvent* event)
     return QWidget::eventFilter(watched, event);
 }
 
+QRect SliderWidget::hintRect() const
+{
+    return QRect(m_leftMargin, 0,
+                 width() - m_leftMargin - m_rightMargin - Common::getInstance()->getNewSize(16),
+                 height());
+}
+
 void SliderWidget::paintEvent(QPaintEvent* event)
 {
     QWidget::paintEvent(event);
@@ -159,10 +166,7 @@ void SliderWidget::paintEvent(QPaintEvent* event)
     if (!m_text.isEmpty()) {
         painter.setFont(m_font);
         painter.setPen(kHintColor);
-        const QRect textRect(m_leftMargin, 0,
-                             width() - m_leftMargin - m_rightMargin - common->getNewSize(16),
-                             height());
-        painter.drawText(textRect, Qt::AlignRight | Qt::AlignVCenter, m_text);
+        painter.drawText(hintRect(), Qt::AlignRight | Qt::AlignVCenter, m_text);
     }
 
     // The track behind the handle's path is painted clean in its own colour,

@@ -2,6 +2,7 @@
 
 #include <QFont>
 #include <QPoint>
+#include <QRect>
 #include <QString>
 #include <QWidget>
 
@@ -37,6 +38,12 @@ public:
     void mSetRadius(int radius);
 
     bool eventFilter(QObject* watched, QEvent* event) override;
+
+    QString text() const { return m_text; }
+    QFont hintFont() const { return m_font; }
+    // Where the hint is drawn, right-aligned.
+    QRect hintRect() const;
+    QLabel* handle() const { return m_handle; }
 
 signals:
     void clearSignal();

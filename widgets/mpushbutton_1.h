@@ -18,6 +18,8 @@ public:
 
     void setTextAndPixmap(QString text, QPixmap pixmap);
     void setLocalText(const QString& text);
+    // The caption drawn under the pixmap.
+    QString localText() const { return m_text; }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
