@@ -7,6 +7,8 @@ packages=(
   # build
   cmake g++ make ninja-build
   qtbase5-dev qtbase5-dev-tools qtdeclarative5-dev libqt5x11extras5-dev
+  # Qt Linguist's lrelease and its CMake macros, for the message catalogues
+  qttools5-dev qttools5-dev-tools
   libx11-dev libxext-dev
   # run time: the pen popup's QML modules and a font with CJK glyphs
   qml-module-qtquick2 qml-module-qtquick-layouts qml-module-qtquick-window2
