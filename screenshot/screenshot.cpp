@@ -48,6 +48,9 @@ ScreenShot::ScreenShot(QPixmap* result, QWidget* parent)
     : QWidget(parent)
     , m_result(result)
 {
+    // Made on its own too (by a host or a test), it speaks the board's
+    // language.
+    Translation::install();
     setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     setAttribute(Qt::WA_TranslucentBackground);
     setFocusPolicy(Qt::StrongFocus);

@@ -1,6 +1,7 @@
 #include "toolbar/earsepanel.h"
 
 #include "common/common.h"
+#include "common/translation.h"
 #include "toolbar/sliderwidget.h"
 
 #include "ui_earsepanel.h"
@@ -11,6 +12,9 @@ EarsePanel::EarsePanel(QWidget* parent)
     : BaseShadowWidget(parent)
     , m_ui(new Ui::EarsePanel)
 {
+    // Made on its own too (by a host or a test), it speaks the board's
+    // language.
+    Translation::install();
     m_ui->setupUi(this);
 
     const Common* common = Common::getInstance();

@@ -1,6 +1,7 @@
 #include "toolbar/skedatool.h"
 
 #include "common/common.h"
+#include "common/translation.h"
 #include "common/uimanager.h"
 #include "toolbar/earsepanel.h"
 #include "widgets/pushbutton_7.h"
@@ -76,6 +77,9 @@ void chooseQuickBackend()
 SkedaTool::SkedaTool(QWidget* parent)
     : QWidget(parent)
 {
+    // Made on its own too (by a host or a test), it speaks the board's
+    // language.
+    Translation::install();
     setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     setAttribute(Qt::WA_TranslucentBackground);
     setAutoFillBackground(true);
