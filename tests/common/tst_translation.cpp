@@ -161,6 +161,35 @@ private slots:
         QCOMPARE(texts, expected);
     }
 
+    // A host that translates the board's texts itself keeps its own
+    // translation, in English as in any language.
+    void aHostsTranslatorIsKept()
+    {
+        class HostTranslator : public QTranslator
+        {
+        public:
+            QString translate(const char* context, const char* source, const char*,
+                              int) const override
+            {
+                if (qstrcmp(context, "EarsePanel") == 0 && qstrcmp(source, ">>> 右滑清屏") == 0)
+                    return QStringLiteral(">>> Wischen zum Löschen");
+                return QString();
+            }
+            bool isEmpty() const override { return false; }
+        };
+        HostTranslator host;
+        QVERIFY(QCoreApplication::installTranslator(&host));
+        qputenv("SKEDA_LANGUAGE", "en");
+        Translation::install();
+        EarsePanel panel;
+        QCOMPARE(panel.findChild<SliderWidget*>()->text(),
+                 QStringLiteral(">>> Wischen zum Löschen"));
+        // The board's own catalogue stayed out: the other texts are Chinese.
+        QCOMPARE(QCoreApplication::translate("SkedaTool", "区域截图"), QStringLiteral("区域截图"));
+        QCoreApplication::removeTranslator(&host);
+        qunsetenv("SKEDA_LANGUAGE");
+    }
+
     // Both languages, three screen widths: the slider's hint ends before
     // the track's end and starts right of the handle at rest; the captions
     // fit their buttons; the prompt fits its label.
