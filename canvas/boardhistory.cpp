@@ -5,6 +5,7 @@
 #include "canvas/minipathitem.h"
 #include "canvas/myminigraphicsscene.h"
 #include "canvas/myminigraphicsview.h"
+#include "common/logging.h"
 
 #include <QSet>
 #include <QUndoStack>
@@ -304,8 +305,9 @@ void BoardHistory::itemDeleted(MiniPathItem* item)
     for (BoardHistory* history : all) {
         if (history->m_dying || !history->refersTo(item))
             continue;
-        qWarning("BoardHistory: a stroke item was deleted behind the board's history; undo "
-                 "and redo start afresh");
+        qCWarning(lcSkedaCanvas,
+                  "BoardHistory: a stroke item was deleted behind the board's history; undo "
+                  "and redo start afresh");
         history->m_dying = item;
         history->clear();
         history->m_dying = nullptr;

@@ -4,6 +4,7 @@
 #include "canvas/inklayer.h"
 #include "canvas/minipathopermodel.h"
 #include "canvas/myminigraphicsscene.h"
+#include "common/logging.h"
 #include "eraser/minieraseopermodel.h"
 #include "shell/mainwindow.h"
 
@@ -150,8 +151,9 @@ QPixmap MyMiniGraphicsView::getViewToPixmap()
     QScreen* screen = QGuiApplication::primaryScreen();
     QPixmap pixmap = screen ? screen->grabWindow(0, 0, 0, -1, -1) : QPixmap();
     if (pixmap.isNull()) {
-        qWarning("MyMiniGraphicsView: the screen could not be grabbed; the picture holds the "
-                 "drawing alone");
+        qCWarning(lcSkedaCanvas,
+                  "MyMiniGraphicsView: the screen could not be grabbed; the picture holds the "
+                  "drawing alone");
         pixmap = QPixmap(size());
         pixmap.fill(Qt::transparent);
     }

@@ -1,5 +1,7 @@
 #include "common/translation.h"
 
+#include "common/logging.h"
+
 #include <QCoreApplication>
 #include <QLocale>
 #include <QPointer>
@@ -17,9 +19,10 @@ Translation::Language Translation::languageFor(const QString& localeName,
         static bool warned = false;
         if (!warned) {
             warned = true;
-            qWarning("Skeda: SKEDA_LANGUAGE=\"%s\" is neither \"zh\" nor \"en\"; the board "
-                     "follows the locale",
-                     override.constData());
+            qCWarning(lcSkedaCommon,
+                      "Skeda: SKEDA_LANGUAGE=\"%s\" is neither \"zh\" nor \"en\"; the board "
+                      "follows the locale",
+                      override.constData());
         }
     }
     // "de_DE.UTF-8" and "zh_CN@variant": the language and territory only.
@@ -53,8 +56,9 @@ void Translation::install()
         return;
     auto* translator = new QTranslator(app);
     if (!translator->load(QStringLiteral(":/translations/skeda_en.qm"))) {
-        qWarning("Skeda: the English catalogue is missing from the library; the board keeps "
-                 "its Chinese texts");
+        qCWarning(lcSkedaCommon,
+                  "Skeda: the English catalogue is missing from the library; the board keeps "
+                  "its Chinese texts");
         delete translator;
         return;
     }

@@ -1,5 +1,7 @@
 #include "eraser/erasergeometry.h"
 
+#include "common/logging.h"
+
 #include <QLineF>
 #include <QVector>
 #include <QtGlobal>
@@ -118,7 +120,8 @@ void getEarsePath(QPainterPath& path, QRectF const& rect, QPointF const& p1, QPo
 {
     if (!holdable(p1) || !holdable(p2) || !holdable(rect.topLeft()) ||
         !holdable(rect.bottomRight())) {
-        qWarning("getEarsePath: eraser position or rectangle out of range; no area is swept");
+        qCWarning(lcSkedaEraser,
+                  "getEarsePath: eraser position or rectangle out of range; no area is swept");
         return;
     }
 
@@ -145,7 +148,8 @@ void getEarsePath(QPainterPath& path, QRectF const& rect, QPointF const& p1, QPo
     const QPointF bBR(bx + w, by + h);
     const QPointF bBL(bx, by + h);
     if (!holdable(aTL) || !holdable(aBR)) {
-        qWarning("getEarsePath: eraser position or rectangle out of range; no area is swept");
+        qCWarning(lcSkedaEraser,
+                  "getEarsePath: eraser position or rectangle out of range; no area is swept");
         return;
     }
 

@@ -7,6 +7,7 @@
 #include "canvas/myminigraphicsscene.h"
 #include "canvas/myminigraphicsview.h"
 #include "common/common.h"
+#include "common/logging.h"
 #include "eraser/erasergeometry.h"
 
 #include <QBrush>
@@ -31,7 +32,8 @@ bool usablePosition(const QPointF& p)
 {
     if (std::isfinite(p.x()) && std::isfinite(p.y()))
         return true;
-    qWarning("MiniEraseOperModel: an event position is not a finite number; it is ignored");
+    qCWarning(lcSkedaEraser,
+              "MiniEraseOperModel: an event position is not a finite number; it is ignored");
     return false;
 }
 
@@ -58,9 +60,10 @@ MiniEraseOperModel::MiniEraseOperModel()
     if (m_earsePixmap.isNull()) {
         // Without its picture the eraser still erases: a transparent picture
         // keeps the rectangle at its full size.
-        qWarning("MiniEraseOperModel: the eraser picture %s could not be loaded; the eraser is "
-                 "drawn transparent",
-                 kEarsePicture);
+        qCWarning(lcSkedaEraser,
+                  "MiniEraseOperModel: the eraser picture %s could not be loaded; the eraser is "
+                  "drawn transparent",
+                  kEarsePicture);
         m_earsePixmap = QPixmap(m_earseSize);
         m_earsePixmap.fill(Qt::transparent);
     }
@@ -82,7 +85,8 @@ void MiniEraseOperModel::mousePressEvent(QMouseEvent* e)
     const QPointF p(e->pos());
     initEarse(p);
     if (!m_scene || !m_earseItem || !m_earsePathItem) {
-        qWarning("MiniEraseOperModel: there is no scene to erase in; the press is ignored");
+        qCWarning(lcSkedaEraser,
+                  "MiniEraseOperModel: there is no scene to erase in; the press is ignored");
         return;
     }
     showItems();
@@ -119,7 +123,8 @@ void MiniEraseOperModel::touchBegine(QTouchEvent* e)
         return;
     const QList<QTouchEvent::TouchPoint> points = e->touchPoints();
     if (points.isEmpty()) {
-        qWarning("MiniEraseOperModel: a touch began without touch points; it is ignored");
+        qCWarning(lcSkedaEraser,
+                  "MiniEraseOperModel: a touch began without touch points; it is ignored");
         return;
     }
     const QTouchEvent::TouchPoint& first = points.first();
@@ -128,7 +133,8 @@ void MiniEraseOperModel::touchBegine(QTouchEvent* e)
         return;
     initEarse(p);
     if (!m_scene || !m_earseItem || !m_earsePathItem) {
-        qWarning("MiniEraseOperModel: there is no scene to erase in; the touch is ignored");
+        qCWarning(lcSkedaEraser,
+                  "MiniEraseOperModel: there is no scene to erase in; the touch is ignored");
         return;
     }
     m_touchId = first.id();
@@ -454,8 +460,9 @@ QList<MiniPathItem*> MiniEraseOperModel::applyPieces(MiniPathItem* item,
     if (!item)
         return added;
     if (item->parentItem()) {
-        qWarning("MiniEraseOperModel: a stroke item with a parent item cannot be cut; left as "
-                 "it is");
+        qCWarning(lcSkedaEraser,
+                  "MiniEraseOperModel: a stroke item with a parent item cannot be cut; left as "
+                  "it is");
         return added;
     }
 
@@ -478,8 +485,9 @@ QList<MiniPathItem*> MiniEraseOperModel::applyPieces(MiniPathItem* item,
         if (piece.size() < 2)
             continue;
         if (!scene) {
-            qWarning("MiniEraseOperModel: the cut stroke is in no scene; its further pieces are "
-                     "dropped");
+            qCWarning(lcSkedaEraser,
+                      "MiniEraseOperModel: the cut stroke is in no scene; its further pieces are "
+                      "dropped");
             return added;
         }
         QPainterPath piecePath;

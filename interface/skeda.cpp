@@ -1,5 +1,6 @@
 #include "interface/skeda.h"
 
+#include "common/logging.h"
 #include "shell/mainwindow.h"
 
 Skeda::Skeda(QObject* parent)
@@ -28,7 +29,8 @@ QWidget* Skeda::createWidget(QWidget* parent)
 void Skeda::showSkeda()
 {
     if (!m_mainWindow) {
-        qWarning("Skeda::showSkeda(): there is no board to show; call createWidget() first");
+        qCWarning(lcSkedaInterface,
+                  "Skeda::showSkeda(): there is no board to show; call createWidget() first");
         return;
     }
     m_mainWindow->showSkeda();

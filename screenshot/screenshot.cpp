@@ -1,6 +1,7 @@
 #include "screenshot/screenshot.h"
 
 #include "common/common.h"
+#include "common/logging.h"
 #include "common/translation.h"
 #include "widgets/mpushbutton_1.h"
 
@@ -407,7 +408,7 @@ void ScreenShot::mouseReleaseEvent(QMouseEvent* event)
         // The bounds are those of the last paint, which has not seen the
         // release point yet.
         m_selection = QRect(QPoint(m_freeLeft, m_freeTop), QPoint(m_freeRight, m_freeBottom));
-        qDebug().nospace() << "mrect12 " << m_selection;
+        qCDebug(lcSkedaScreenshot).nospace() << "mrect12 " << m_selection;
         m_state = 3;
         update();
     }
@@ -535,7 +536,8 @@ void ScreenShot::captureScreen()
     if (m_result) {
         *m_result = shot;
     } else {
-        qWarning("ScreenShot: no pixmap to store the capture in; it is dropped");
+        qCWarning(lcSkedaScreenshot,
+                  "ScreenShot: no pixmap to store the capture in; it is dropped");
     }
 
     emit newPixmap();
@@ -551,7 +553,7 @@ void ScreenShot::grabDesktop()
     if (QScreen* screen = QGuiApplication::primaryScreen()) {
         m_screenPixmap = screen->grabWindow(QApplication::desktop()->winId(), 0, 0, -1, -1);
     } else {
-        qWarning("ScreenShot: no screen to grab; the capture is empty");
+        qCWarning(lcSkedaScreenshot, "ScreenShot: no screen to grab; the capture is empty");
         m_screenPixmap = QPixmap();
     }
     setGeometry(m_savedGeometry);

@@ -1,6 +1,7 @@
 #include "shell/commandserver.h"
 
 #include "canvas/myminigraphicsview.h"
+#include "common/logging.h"
 #include "shell/mainwindow.h"
 #include "toolbar/skedatool.h"
 
@@ -55,9 +56,10 @@ bool CommandServer::listen(const QString& name)
     QLocalServer::removeServer(name);
     if (m_server->listen(name))
         return true;
-    qWarning("skeda: cannot listen for commands as \"%s\": %s; a second skeda will open a "
-             "second board",
-             qPrintable(name), qPrintable(m_server->errorString()));
+    qCWarning(lcSkedaShell,
+              "skeda: cannot listen for commands as \"%s\": %s; a second skeda will open a "
+              "second board",
+              qPrintable(name), qPrintable(m_server->errorString()));
     return false;
 }
 

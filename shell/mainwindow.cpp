@@ -3,6 +3,7 @@
 #include "canvas/myminigraphicsscene.h"
 #include "canvas/myminigraphicsview.h"
 #include "common/common.h"
+#include "common/logging.h"
 #include "common/translation.h"
 #include "screenshot/screenshot.h"
 #include "toolbar/skedatool.h"
@@ -45,7 +46,8 @@ MainWindow::MainWindow(QWidget* parent)
     if (QScreen* screen = QGuiApplication::primaryScreen())
         deskSize = screen->geometry().size();
     else
-        qWarning("MainWindow: there is no screen; the board has no size until one appears");
+        qCWarning(lcSkedaShell,
+                  "MainWindow: there is no screen; the board has no size until one appears");
     Common::getInstance()->InitSize(deskSize);
 
     m_layout = new QHBoxLayout(this);
@@ -152,7 +154,7 @@ MainWindow::~MainWindow() = default;
 void MainWindow::initUI()
 {
     if (m_scene) {
-        qWarning("MainWindow::initUI() called again; the board is already set up");
+        qCWarning(lcSkedaShell, "MainWindow::initUI() called again; the board is already set up");
         return;
     }
     const QSize deskSize = Common::getInstance()->getDeskSize();
@@ -182,17 +184,18 @@ void MainWindow::hideTool()
 void MainWindow::selectDesktop(bool on)
 {
     if (on)
-        qDebug() << "qx====";
+        qCDebug(lcSkedaShell) << "qx====";
     if (!canShapeInput()) {
         // Without X11 input shapes the window as a whole is made transparent
         // for input, which Qt does on the platforms that support it.
         static bool warned = false;
         if (!warned) {
             warned = true;
-            qWarning("MainWindow: %s; desktop mode makes the whole board window transparent "
-                     "for input instead of emptying its input shape",
-                     QX11Info::isPlatformX11() ? "the X server has no SHAPE extension"
-                                               : "this is not an X11 session");
+            qCWarning(lcSkedaShell,
+                      "MainWindow: %s; desktop mode makes the whole board window transparent "
+                      "for input instead of emptying its input shape",
+                      QX11Info::isPlatformX11() ? "the X server has no SHAPE extension"
+                                                : "this is not an X11 session");
         }
         if (windowFlags().testFlag(Qt::WindowTransparentForInput) == on)
             return;

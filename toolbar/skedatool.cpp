@@ -1,6 +1,7 @@
 #include "toolbar/skedatool.h"
 
 #include "common/common.h"
+#include "common/logging.h"
 #include "common/translation.h"
 #include "common/uimanager.h"
 #include "toolbar/earsepanel.h"
@@ -68,8 +69,9 @@ void chooseQuickBackend()
     }
 #endif
     QQuickWindow::setSceneGraphBackend(QSGRendererInterface::Software);
-    qInfo("SkedaTool: no OpenGL context can be created; the pen popup uses Qt Quick's software "
-          "renderer");
+    qCInfo(lcSkedaToolbar,
+           "SkedaTool: no OpenGL context can be created; the pen popup uses Qt Quick's software "
+           "renderer");
 }
 
 } // namespace
@@ -260,9 +262,10 @@ void SkedaTool::createPenPopup()
         for (const QQmlError& error : popupErrors) {
             errors << error.toString();
         }
-        qWarning("SkedaTool: the pen settings popup (qrc:/penSet.qml) could not be loaded, so the "
-                 "pen button opens nothing; the rest of the toolbar works as usual. %s",
-                 qPrintable(errors.join(QStringLiteral("; "))));
+        qCWarning(lcSkedaToolbar,
+                  "SkedaTool: the pen settings popup (qrc:/penSet.qml) could not be loaded, so the "
+                  "pen button opens nothing; the rest of the toolbar works as usual. %s",
+                  qPrintable(errors.join(QStringLiteral("; "))));
         delete popup;
         return;
     }
@@ -411,12 +414,13 @@ bool SkedaTool::eventFilter(QObject* watched, QEvent* event)
 
 void SkedaTool::onPenColor(QVariant color)
 {
-    qDebug() << "color" << color.toString();
+    qCDebug(lcSkedaToolbar) << "color" << color.toString();
     QColor penColor;
     penColor.setNamedColor(color.toString());
     if (!penColor.isValid()) {
-        qWarning("SkedaTool: ignoring the pen colour \"%s\", which is not a colour",
-                 qPrintable(color.toString()));
+        qCWarning(lcSkedaToolbar,
+                  "SkedaTool: ignoring the pen colour \"%s\", which is not a colour",
+                  qPrintable(color.toString()));
         return;
     }
     UIManager::getInstance()->setPenColor(penColor);
@@ -424,12 +428,13 @@ void SkedaTool::onPenColor(QVariant color)
 
 void SkedaTool::onPenSize(QVariant size)
 {
-    qDebug() << "size" << size.toInt();
+    qCDebug(lcSkedaToolbar) << "size" << size.toInt();
     bool ok = false;
     const int width = size.toInt(&ok);
     if (!ok || width < 1) {
-        qWarning("SkedaTool: ignoring the pen width \"%s\", which is not a positive number",
-                 qPrintable(size.toString()));
+        qCWarning(lcSkedaToolbar,
+                  "SkedaTool: ignoring the pen width \"%s\", which is not a positive number",
+                  qPrintable(size.toString()));
         return;
     }
     UIManager::getInstance()->setPenWidth(width);

@@ -1,6 +1,7 @@
 #include "toolbar/sliderwidget.h"
 
 #include "common/common.h"
+#include "common/logging.h"
 
 #include <QDebug>
 #include <QEvent>
@@ -75,7 +76,7 @@ void SliderWidget::mSetMargin(int left, int right)
 void SliderWidget::mSetRadius(int radius)
 {
     m_pRadius = radius;
-    qDebug() << "qx====m_pRadius=" << radius;
+    qCDebug(lcSkedaToolbar) << "qx====m_pRadius=" << radius;
 }
 
 int SliderWidget::rightEnd() const
