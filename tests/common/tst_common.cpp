@@ -1,6 +1,7 @@
 #include "common/common.h"
 #include "common/uimanager.h"
 
+#include <QPen>
 #include <QtTest>
 
 class TestCommon : public QObject
@@ -10,10 +11,26 @@ class TestCommon : public QObject
 private slots:
     void cleanup() { Common::getInstance()->InitSize(QSize(1920, 1080)); }
 
-    void singletons()
+    // Runs first: the shared values as the process starts, and one change
+    // seen by every later user.
+    void sharedValuesAtStart()
     {
-        QCOMPARE(Common::getInstance(), Common::getInstance());
-        QCOMPARE(UIManager::getInstance(), UIManager::getInstance());
+        Common* common = Common::getInstance();
+        QVERIFY(!common->getDeskSize().isValid());
+        QCOMPARE(common->getScale(), 1.0);
+        QCOMPARE(common->getFont().family(), QStringLiteral("Microsoft YaHei"));
+        QCOMPARE(common->getFont().pixelSize(), 14);
+        QCOMPARE(UIManager::getInstance()->pen().width(), 6);
+        QCOMPARE(UIManager::getInstance()->pen().color(), QColor("#F73859"));
+
+        const QPen start = UIManager::getInstance()->pen();
+        UIManager::getInstance()->setPen(QPen(QColor("#3498DB"), 12));
+        QCOMPARE(UIManager::getInstance()->pen().color(), QColor("#3498DB"));
+        QCOMPARE(UIManager::getInstance()->pen().width(), 12);
+        UIManager::getInstance()->setPen(start);
+        common->InitSize(QSize(2560, 1440));
+        QCOMPARE(Common::getInstance()->getScale(), 2560 / 1920.0);
+        QCOMPARE(Common::getInstance()->getDeskSize(), QSize(2560, 1440));
     }
 
     void factorAt1920()

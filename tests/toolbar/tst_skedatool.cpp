@@ -300,11 +300,16 @@ void TestSkedaTool::buttonGroupIsExclusive()
     QCOMPARE(group->parent(), rig.tool);
     QVERIFY(group->exclusive());
     QCOMPARE(group->buttons(), (QList<QAbstractButton*>{rig.select(), rig.pen(), rig.eraser()}));
-    // Automatic ids count down from -2 in the order of adding.
-    QCOMPARE(group->id(rig.select()), -2);
-    QCOMPARE(group->id(rig.pen()), -3);
-    QCOMPARE(group->id(rig.eraser()), -4);
     QCOMPARE(group->checkedButton(), rig.pen());
+    // One of the three is chosen at a time.
+    rig.eraser()->click();
+    QVERIFY(rig.eraser()->isChecked());
+    QVERIFY(!rig.pen()->isChecked());
+    QVERIFY(!rig.select()->isChecked());
+    rig.select()->click();
+    QVERIFY(rig.select()->isChecked());
+    QVERIFY(!rig.eraser()->isChecked());
+    QVERIFY(!rig.pen()->isChecked());
 }
 
 void TestSkedaTool::popupHosting()

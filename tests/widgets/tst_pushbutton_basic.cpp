@@ -33,7 +33,6 @@ private slots:
     void eachEnterSavesAgain();
     void filterNeverConsumes();
     void clicksStillWork();
-    void parentOwnsButton();
     void realPointerMoves();
 };
 
@@ -121,15 +120,6 @@ void TestPushButtonBasic::clicksStillWork()
     QSignalSpy clicked(&button, &QPushButton::clicked);
     QTest::mouseClick(&button, Qt::LeftButton, Qt::NoModifier, QPoint(20, 10));
     QCOMPARE(clicked.count(), 1);
-}
-
-void TestPushButtonBasic::parentOwnsButton()
-{
-    auto* parent = new QWidget;
-    QPointer<PushButton_Basic> button = new PushButton_Basic(parent);
-    QCOMPARE(button->parentWidget(), parent);
-    delete parent;
-    QVERIFY(button.isNull());
 }
 
 void TestPushButtonBasic::realPointerMoves()
