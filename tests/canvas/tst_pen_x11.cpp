@@ -45,9 +45,10 @@ private slots:
         m_launcher.setProcessChannelMode(QProcess::ForwardedChannels);
         m_launcher.start(QStringLiteral(SKEDA_LAUNCHER_FILE), QStringList());
         QVERIFY(m_launcher.waitForStarted());
-        QTRY_VERIFY_WITH_TIMEOUT(X11Desktop::windowOfProcess(m_display, m_launcher.processId(), 1920),
-                                 15000);
-        QTest::qWait(300);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            X11Desktop::windowOfProcess(m_display, m_launcher.processId(), 1920), 15000);
+        // The board shown and composited before anything is drawn on it.
+        X11Desktop::grabSettled(m_display);
     }
 
     void cleanupTestCase()
@@ -66,8 +67,11 @@ private slots:
         for (int x = 300; x <= 900; x += 12)
             line.append(QPoint(x, 700));
         QVERIFY(X11Desktop::drag(line));
-        QTest::qWait(400);
-        const QImage screen = X11Desktop::grabScreen(m_display);
+        // The board draws in its own process: its tail in the picture, then
+        // the picture once it no longer changes.
+        QTRY_VERIFY_WITH_TIMEOUT(inkAcross(X11Desktop::grabScreen(m_display), 860, 680, 720) >= 1,
+                                 10000);
+        const QImage screen = X11Desktop::grabSettled(m_display);
 
         QCOMPARE(screen.pixelColor(600, 700), kInk);
         // The body is 6 pixels wide (antialiased edges may add one).
@@ -99,8 +103,10 @@ private slots:
         QVERIFY(X11Desktop::xdotool({QStringLiteral("mousemove"), QStringLiteral("1300"),
                                      QStringLiteral("300"), QStringLiteral("click"),
                                      QStringLiteral("1")}));
-        QTest::qWait(400);
-        const QImage screen = X11Desktop::grabScreen(m_display);
+        // The tap's dot is the last thing drawn.
+        QTRY_COMPARE_WITH_TIMEOUT(X11Desktop::grabScreen(m_display).pixelColor(1300, 300), kInk,
+                                  10000);
+        const QImage screen = X11Desktop::grabSettled(m_display);
         // Screen y grows downwards: the wave's lowest point is at (525, 410),
         // its highest at (975, 190).
         QVERIFY(inkAcross(screen, 525, 390, 430) >= 6);

@@ -3,6 +3,11 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QProcess>
+#include <QX11Info>
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
@@ -128,6 +133,38 @@ QImage grabScreen(Display* display)
     const int screen = DefaultScreen(display);
     return grabScreen(display,
                       QRect(0, 0, DisplayWidth(display, screen), DisplayHeight(display, screen)));
+}
+
+QImage grabSettled(Display* display, const QRect& area, int timeoutMs)
+{
+    const auto grab = [display, &area] {
+        return area.isNull() ? grabScreen(display) : grabScreen(display, area);
+    };
+    QElapsedTimer timer;
+    timer.start();
+    QImage previous = grab();
+    int same = 1;
+    while (same < 3 && !timer.hasExpired(timeoutMs)) {
+        QElapsedTimer pause;
+        pause.start();
+        while (!pause.hasExpired(30))
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        const QImage current = grab();
+        same = current == previous ? same + 1 : 1;
+        previous = current;
+    }
+    return previous;
+}
+
+void syncApplication()
+{
+    QCoreApplication::processEvents();
+    xcb_connection_t* connection = QX11Info::connection();
+    if (!connection)
+        return;
+    xcb_flush(connection);
+    // A round trip: the reply comes after everything sent before it.
+    free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
 }
 
 bool xdotool(const QStringList& arguments)

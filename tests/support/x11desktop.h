@@ -44,6 +44,16 @@ void ignoreXErrors();
 QImage grabScreen(Display* display);
 QImage grabScreen(Display* display, const QRect& area);
 
+// The screen once it has stopped changing: grabbed until three grabs in a
+// row, a few milliseconds apart, are the same (at most `timeoutMs`), with
+// this process's own events served meanwhile. For pictures of what other
+// processes and the compositor show, where no signal says they are done.
+QImage grabSettled(Display* display, const QRect& area = QRect(), int timeoutMs = 10000);
+
+// Waits until the X server has carried out every request this
+// application's own X connection sent (its repaints included).
+void syncApplication();
+
 // Runs xdotool with these arguments and waits for it; true on success.
 bool xdotool(const QStringList& arguments);
 

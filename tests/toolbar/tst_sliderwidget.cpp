@@ -48,7 +48,9 @@ public:
     {
         QCoreApplication::processEvents();
         if (onX11()) {
-            QTest::qWait(50);
+            // No compositor here: the screen shows the window's pixels once
+            // the X server has carried out the repaint.
+            X11Desktop::syncApplication();
             Display* display = XOpenDisplay(nullptr);
             if (!display) {
                 return QImage();

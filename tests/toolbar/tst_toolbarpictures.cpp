@@ -63,9 +63,9 @@ void TestToolbarPictures::cleanupTestCase()
 
 QImage TestToolbarPictures::screen()
 {
-    // Time for the toolbar to repaint and for the compositor to show it.
-    QTest::qWait(400);
-    return X11Desktop::grabScreen(m_display);
+    // The toolbar repaints and the compositor shows it: the screen once it
+    // has stopped changing.
+    return X11Desktop::grabSettled(m_display);
 }
 
 void TestToolbarPictures::keep(const QImage& image, const QString& state, const QString& theme)
