@@ -46,6 +46,8 @@ public:
     // for a click: the keyboard's way to the toolbar's commands.
     void clickButton(Button button);
     bool isButtonChecked(Button button) const;
+    // The 20 ms fold and unfold of the bar (of its frame's geometry).
+    QPropertyAnimation* geometryAnimation() const { return m_animation; }
 
     // Drags the bar by its logo button. Never consumes an event.
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -11,6 +11,7 @@
 #include <QGuiApplication>
 #include <QLabel>
 #include <QPointer>
+#include <QPropertyAnimation>
 #include <QQuickItem>
 #include <QQuickWidget>
 #include <QScreen>
@@ -124,6 +125,17 @@ public:
     PushButton_7* screenShot() const { return button("screenShotButton"); }
     PushButton_7* close() const { return button("closeButton"); }
     QFrame* frame() const { return tool->findChild<QFrame*>(QStringLiteral("frame")); }
+    // The 20 ms fold and unfold of the bar.
+    QPropertyAnimation* animation() const { return tool->geometryAnimation(); }
+    // The bar is this wide, and so is where its animation, if one runs,
+    // takes it: no fold or unfold is under way.
+    bool keepsWidth(int width) const
+    {
+        QPropertyAnimation* running = animation();
+        const bool idle = running->state() == QAbstractAnimation::Stopped ||
+                          running->endValue().toRect().width() == width;
+        return idle && frame()->width() == width;
+    }
     QQuickWidget* popup() const { return board.findChild<QQuickWidget*>(); }
     EarsePanel* panel() const { return board.findChild<EarsePanel*>(); }
     SliderWidget* slider() const { return board.findChild<SliderWidget*>(); }
