@@ -221,9 +221,8 @@ void TestScreenShotCapture::initTestCase()
     m_window = new PictureWindow(m_pattern);
     m_window->show();
     QVERIFY(QTest::qWaitForWindowExposed(m_window));
-    QTest::qWait(300);
-    // The pattern is what the screen shows.
-    QCOMPARE(differences(X11Desktop::grabScreen(m_display), m_pattern), 0);
+    // The pattern is what the screen shows, once the compositor shows it.
+    QTRY_COMPARE_WITH_TIMEOUT(differences(X11Desktop::grabScreen(m_display), m_pattern), 0, 10000);
 }
 
 void TestScreenShotCapture::cleanupTestCase()
@@ -244,7 +243,6 @@ void TestScreenShotCapture::cleanup()
 {
     flushDeletes();
     // No overlay is left on the screen.
-    QTest::qWait(100);
     for (QWidget* widget : QApplication::topLevelWidgets()) {
         QVERIFY(!qobject_cast<ScreenShot*>(widget) || !widget->isVisible());
     }
@@ -258,7 +256,8 @@ ScreenShot* TestScreenShotCapture::openOverlay(QPixmap* result, QWidget* parent)
     if (!QTest::qWaitForWindowExposed(shot)) {
         return shot;
     }
-    QTest::qWait(200);
+    // Shown on the screen: the compositor has drawn it.
+    X11Desktop::grabSettled(m_display);
     return shot;
 }
 
@@ -275,7 +274,8 @@ bool TestScreenShotCapture::dragSelection(ScreenShot* shot, const QPoint& from, 
         qWarning() << "selection" << shot->selection() << "expected" << expected;
         return false;
     }
-    QTest::qWait(200);
+    // The selection drawn and shown.
+    X11Desktop::grabSettled(m_display);
     return true;
 }
 
@@ -310,8 +310,7 @@ void TestScreenShotCapture::captureWithRealInput()
     QTRY_VERIFY(!shot);
     QCOMPARE(desktopSpy.count(), 0);
     QCOMPARE(m_window->geometry(), parentGeometry);
-    QTest::qWait(200);
-    QCOMPARE(differences(X11Desktop::grabScreen(m_display), m_pattern), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(differences(X11Desktop::grabScreen(m_display), m_pattern), 0, 10000);
 }
 
 void TestScreenShotCapture::twoOverlaysInSequence()
@@ -354,10 +353,9 @@ void TestScreenShotCapture::cancelWithRealClick()
     QVERIFY(dragSelection(shot, QPoint(300, 300), QPoint(700, 500)));
     QVERIFY(click(centreOf(shot->cancelButton())));
     QTRY_VERIFY(!shot);
-    QTest::qWait(200);
     QCOMPARE(spy.count(), 0);
     QCOMPARE(result.toImage(), before);
-    QCOMPARE(differences(X11Desktop::grabScreen(m_display), m_pattern), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(differences(X11Desktop::grabScreen(m_display), m_pattern), 0, 10000);
 }
 
 void TestScreenShotCapture::confirmClickedTwice()
@@ -465,7 +463,7 @@ void TestScreenShotCapture::pictures()
     const QString docs = qEnvironmentVariable("SKEDA_DOCS_DIR");
     const QImage scene = desktopScene(m_pattern.size());
     m_window->setPicture(scene);
-    QTest::qWait(300);
+    X11Desktop::grabSettled(m_display);
 
     QPixmap result;
     QPointer<ScreenShot> shot = openOverlay(&result, m_window);
@@ -489,15 +487,13 @@ void TestScreenShotCapture::pictures()
          QStringLiteral("600"), QStringLiteral("sleep"), QStringLiteral("0.05"),
          QStringLiteral("mousemove"), QStringLiteral("820"), QStringLiteral("620")}));
     QTRY_COMPARE(shot->selection(), QRect(QPoint(240, 220), QPoint(820, 620)));
-    QTest::qWait(200);
-    const QImage dragging = X11Desktop::grabScreen(m_display);
+    const QImage dragging = X11Desktop::grabSettled(m_display);
     const int ring = (shot->handleHitRadius() + shot->activeHandleRadius()) / 2;
     QCOMPARE(dragging.pixelColor(820 + ring, 620), QColor(Qt::white));
     QCOMPARE(dragging.pixelColor(820, 620), QColor(20, 134, 250));
     QVERIFY(X11Desktop::xdotool({QStringLiteral("mouseup"), QStringLiteral("1")}));
     QTRY_VERIFY(shot->buttonBar()->isVisible());
-    QTest::qWait(200);
-    const QImage adjusted = X11Desktop::grabScreen(m_display);
+    const QImage adjusted = X11Desktop::grabSettled(m_display);
 
     if (!docs.isEmpty()) {
         const QDir dir(docs);
@@ -519,7 +515,7 @@ void TestScreenShotCapture::pictures()
     QTRY_VERIFY(!shot);
     QCOMPARE(spy.count(), 0);
     m_window->setPicture(m_pattern);
-    QTest::qWait(300);
+    QTRY_COMPARE_WITH_TIMEOUT(differences(X11Desktop::grabScreen(m_display), m_pattern), 0, 10000);
 }
 
 QTEST_MAIN(TestScreenShotCapture)
