@@ -97,12 +97,13 @@ void BoardHistory::clear()
     // the board are its own.
     for (const auto& entry : qAsConst(m_cut))
         dropReference(entry.first);
-    for (MiniPathItem* item : qAsConst(m_eraseAdded))
+    for (MiniPathItem* item : qAsConst(m_eraseAddedLive))
         dropReference(item);
     m_erasing = false;
     m_cut.clear();
     m_cutIndex.clear();
     m_eraseAdded.clear();
+    m_eraseAddedLive.clear();
     const QList<MiniPathItem*> kept = std::exchange(m_eraseRemoved, {});
     for (MiniPathItem* item : kept) {
         if (item == m_dying)
@@ -131,7 +132,7 @@ void BoardHistory::beginErase()
 
 void BoardHistory::noteCut(MiniPathItem* stroke)
 {
-    if (!m_erasing || !stroke || m_cutIndex.contains(stroke) || m_eraseAdded.contains(stroke))
+    if (!m_erasing || !stroke || m_cutIndex.contains(stroke) || m_eraseAddedLive.contains(stroke))
         return;
     // Counted like a step's items: deleted behind the history's back, it
     // ends the record instead of being used after it is gone.
@@ -147,6 +148,8 @@ void BoardHistory::noteAdded(const QList<MiniPathItem*>& pieces)
     for (MiniPathItem* piece : pieces)
         addReference(piece);
     m_eraseAdded.append(pieces);
+    for (MiniPathItem* piece : pieces)
+        m_eraseAddedLive.insert(piece);
 }
 
 void BoardHistory::takeErased(const QList<MiniPathItem*>& strokes)
@@ -157,7 +160,7 @@ void BoardHistory::takeErased(const QList<MiniPathItem*>& strokes)
     QList<QGraphicsItem*> doomed;
     QList<MiniPathItem*> kept;
     for (MiniPathItem* stroke : strokes) {
-        if (m_eraseAdded.removeOne(stroke)) {
+        if (m_eraseAddedLive.remove(stroke)) {
             // Made and taken away by the same erasure: never seen by a step.
             dropReference(stroke);
             doomed.append(stroke);
@@ -188,13 +191,22 @@ void BoardHistory::endErase()
     // The step counts the items from here on.
     for (const auto& entry : qAsConst(m_cut))
         dropReference(entry.first);
-    for (MiniPathItem* item : qAsConst(m_eraseAdded))
+    for (MiniPathItem* item : qAsConst(m_eraseAddedLive))
         dropReference(item);
     QVector<QPair<MiniPathItem*, QPainterPath>> cut;
     cut.swap(m_cut);
     m_cutIndex.clear();
+    // The pieces still on the board, in the order they were made, each
+    // once: a piece deleted during the drag may have left its address to a
+    // later one.
     QList<MiniPathItem*> added;
-    added.swap(m_eraseAdded);
+    added.reserve(m_eraseAddedLive.size());
+    for (MiniPathItem* piece : qAsConst(m_eraseAdded)) {
+        if (m_eraseAddedLive.remove(piece))
+            added.append(piece);
+    }
+    m_eraseAdded.clear();
+    m_eraseAddedLive.clear();
     QList<MiniPathItem*> removed;
     removed.swap(m_eraseRemoved);
     if (cut.isEmpty() && added.isEmpty() && removed.isEmpty())
@@ -318,7 +330,7 @@ void BoardHistory::itemDeleted(MiniPathItem* item)
 bool BoardHistory::refersTo(const MiniPathItem* item) const
 {
     auto* stroke = const_cast<MiniPathItem*>(item);
-    if (m_cutIndex.contains(stroke) || m_eraseAdded.contains(stroke) ||
+    if (m_cutIndex.contains(stroke) || m_eraseAddedLive.contains(stroke) ||
         m_eraseRemoved.contains(stroke))
         return true;
     for (int i = 0; i < m_stack->count(); ++i) {

@@ -4,6 +4,7 @@
 #include <QList>
 #include <QObject>
 #include <QPainterPath>
+#include <QSet>
 #include <QVector>
 
 class MiniPathItem;
@@ -101,6 +102,9 @@ private:
     bool m_erasing = false;
     QVector<QPair<MiniPathItem*, QPainterPath>> m_cut; // pre-existing items, first path
     QHash<MiniPathItem*, int> m_cutIndex;
+    // The pieces it made, in order, and those of them still on the board
+    // (a piece that the same erasure took away again is only in the list).
     QList<MiniPathItem*> m_eraseAdded;
+    QSet<MiniPathItem*> m_eraseAddedLive;
     QList<MiniPathItem*> m_eraseRemoved;
 };
