@@ -812,9 +812,9 @@ void InkLayer::paint(QGraphicsView* view, QPainter* painter, const QRegion& expo
     for (QGraphicsItem* overlay : qAsConst(m_overlays)) {
         if (!overlay->isVisible())
             continue;
-        const QRect device = viewTransform.mapRect(overlay->sceneBoundingRect())
-                                 .toAlignedRect()
-                                 .adjusted(-kMargin, -kMargin, kMargin, kMargin);
+        // Bounded like the ink's rectangles: an overlay placed far away
+        // (a position no window system sends) must not overflow.
+        const QRect device = alignedRect(viewTransform.mapRect(overlay->sceneBoundingRect()));
         if (device.intersects(bound))
             live.append({overlay, nullptr, overlay->zValue(), seqOf(overlay)});
     }
