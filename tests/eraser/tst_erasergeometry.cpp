@@ -379,6 +379,19 @@ private slots:
         COMPARE_PATH(path, expected);
     }
 
+    void earsePathMergesFuzzilyEqualCorners()
+    {
+        // A free rectangle whose edges lie 2^-20 right of the start
+        // rectangle's: within QPainterPath's fuzzy distance at x = 1e7, where
+        // the path merges the end corner into the start corner, beyond it at
+        // x = 0, where both corners stay.
+        const double nudge = std::ldexp(1.0, -20);
+        QPainterPath path;
+        getEarsePath(path, QRectF(1e7 + nudge, -1, -1e7, 2), {5e6, 0}, {1e8, 1e8});
+        COMPARE_PATH(path,
+                     outline({{1e7, -1}, {0, -1}, {nudge, -1}, {nudge, 1}, {1e7 + nudge, 1}}));
+    }
+
     void earsePathNonFiniteAddsNothing()
     {
         const double nan = std::numeric_limits<double>::quiet_NaN();

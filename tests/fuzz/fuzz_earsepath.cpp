@@ -4,9 +4,13 @@
 // it (intersectNewRect).
 //
 // Properties beyond "no crash, no undefined behaviour, no hang":
-// - input a painter path can hold always yields an outline (a rectangle or
-//   one closed outline of four or six corners) when the rectangle's corners
-//   are distinct points, anything else adds nothing;
+// - whatever is added is one closed outline (a move, then lines, ending on
+//   its first point) of at most six corners, or nothing;
+// - input a painter path can hold always yields an outline of at least two
+//   corners when the rectangle's corners are distinct points; for an eraser
+//   as the board has one, a rectangle or an outline of exactly four or six
+//   corners (a free rectangle may put an end corner within QPainterPath's
+//   fuzzy distance of a start corner, and the path merges the two);
 // - for an eraser as the board has one (integer size of at least 8, placed
 //   the way the eraser places its picture) the area contains both eraser
 //   centres;
@@ -64,24 +68,34 @@ extern "C" int SKEDA_FUZZ_ENTRY(const uint8_t* data, size_t size)
                                     std::fabs(p2.y()), std::fabs(rect.x()), std::fabs(rect.y())});
     const bool distinctCorners =
         std::fabs(rect.width()) >= 1e-9 * extent && std::fabs(rect.height()) >= 1e-9 * extent;
+    if (added != 0) {
+        FUZZ_CHECK(added <= 7, "an outline of more than six corners");
+        const QPainterPath::Element first = path.elementAt(before);
+        const QPainterPath::Element last = path.elementAt(path.elementCount() - 1);
+        FUZZ_CHECK(first.isMoveTo(), "the outline does not start with a move");
+        for (int i = before + 1; i < path.elementCount(); ++i)
+            FUZZ_CHECK(path.elementAt(i).isLineTo(), "the outline holds more than lines");
+        FUZZ_CHECK(last.x == first.x && last.y == first.y, "the outline is not closed");
+    }
+    const bool boardSized = asTheEraser && fuzz::bounded(p1.x(), 1e7) &&
+                            fuzz::bounded(p1.y(), 1e7) && fuzz::bounded(p2.x(), 1e7) &&
+                            fuzz::bounded(p2.y(), 1e7);
     if (distinctCorners) {
-        if (added != 0 && added != 5 && added != 7)
+        if (inputHoldable)
+            FUZZ_CHECK(added >= 3, "holdable input swept no area");
+        if (boardSized && added != 5 && added != 7)
             std::fprintf(stderr,
                          "%d elements for rect (%.17g, %.17g, %.17g, %.17g), p1 (%.17g, %.17g), "
                          "p2 (%.17g, %.17g)\n",
                          added, rect.x(), rect.y(), rect.width(), rect.height(), p1.x(), p1.y(),
                          p2.x(), p2.y());
-        FUZZ_CHECK(added == 0 || added == 5 || added == 7, "an outline of an unexpected size");
-        if (inputHoldable)
-            FUZZ_CHECK(added == 5 || added == 7, "holdable input swept no area");
+        if (boardSized)
+            FUZZ_CHECK(added == 5 || added == 7, "an eraser's outline of an unexpected size");
     }
 
     const QPolygonF area = path.toFillPolygon(QTransform());
 
-    const bool boardEraser = asTheEraser && rect.width() >= 8 && rect.height() >= 8 &&
-                             fuzz::bounded(p1.x(), 1e7) && fuzz::bounded(p1.y(), 1e7) &&
-                             fuzz::bounded(p2.x(), 1e7) && fuzz::bounded(p2.y(), 1e7) &&
-                             before == 0;
+    const bool boardEraser = boardSized && rect.width() >= 8 && rect.height() >= 8 && before == 0;
     if (boardEraser) {
         FUZZ_CHECK(polygonContainsPoint(area, p1), "the swept area misses the start centre");
         FUZZ_CHECK(polygonContainsPoint(area, p2), "the swept area misses the end centre");
