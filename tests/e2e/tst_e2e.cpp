@@ -280,8 +280,7 @@ private slots:
     // The eraser, chosen on the toolbar, dragged down across all three.
     void eraseAcrossTheStrokes()
     {
-        QVERIFY(click(kEraserButton));
-        QTest::qWait(200);
+        QVERIFY(chooseTool(kEraserButton, kPenButton));
         QVERIFY(X11Desktop::drag(column(560, 170, 640)));
         // A clean cut where the eraser went, the eraser picture gone...
         const QRect cut(552, 160, 17, 480);
@@ -298,9 +297,8 @@ private slots:
     void pickAColourInThePenPopup()
     {
         const QRect popupZone(kBar.x(), 700, 400, 230);
-        QVERIFY(click(kPenButton));
-        QTest::qWait(200);
-        QCOMPARE(differences(screen(), m_baseline, popupZone), 0);
+        QVERIFY(chooseTool(kPenButton, kEraserButton));
+        QCOMPARE(differences(stableScreen(), m_baseline, popupZone), 0);
         QVERIFY(click(kPenButton));
         QRect swatch;
         QTRY_VERIFY_WITH_TIMEOUT((swatch = boxOf(screen(), popupZone, kTeal.rgb())).width() > 20,
@@ -311,7 +309,6 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(
             boxOf(screen(), swatch.adjusted(-6, -6, 6, 6), qRgb(0x14, 0x86, 0xFA)).width() > 30,
             10000);
-        QTest::qWait(300);
         savePicture(QStringLiteral("e2e-pen-popup.png"), stableScreen(), QRect(40, 600, 660, 440));
 
         QVERIFY(X11Desktop::drag(wave(240, 880, 690, 25, M_PI)));
@@ -328,8 +325,7 @@ private slots:
     // the handle dragged to the far right end clears the board.
     void slideToClear()
     {
-        QVERIFY(click(kEraserButton));
-        QTest::qWait(200);
+        QVERIFY(chooseTool(kEraserButton, kPenButton));
         QVERIFY(click(kEraserButton));
         const QRect panelZone(kBar.x(), 800, 480, 130);
         // The slider's track, in its fill colour, with the handle at its left.
@@ -359,8 +355,7 @@ private slots:
     // whose drawing stays; the pen brings drawing back.
     void clickThroughToTheDesktop()
     {
-        QVERIFY(click(kPenButton));
-        QTest::qWait(200);
+        QVERIFY(chooseTool(kPenButton, kEraserButton));
         const QRect band(230, 230, 660, 140);
         QVERIFY(X11Desktop::drag(wave(240, 880, 300, 60)));
         QTRY_VERIFY_WITH_TIMEOUT(inkIn(screen(), m_baseline, band, kTeal) > 300, 15000);
@@ -403,7 +398,6 @@ private slots:
         QVERIFY(click(kShotButton));
         // The overlay dims the screen.
         QTRY_VERIFY_WITH_TIMEOUT((screen().pixel(700, 400) & 0xFFFFFF) != kDesktop, 10000);
-        QTest::qWait(200);
         QVERIFY(
             X11Desktop::drag({region.topLeft(), region.topLeft() + QPoint(150, 80), region.center(),
                               region.bottomRight() - QPoint(40, 20), region.bottomRight()}));
@@ -448,7 +442,9 @@ private slots:
             10000);
         const QRect hostWindow = windows.first().geometry;
         QVERIFY(hostWindow.width() < 1000);
-        QTest::qWait(300);
+        // Painted, so ready for the click on its button.
+        QTRY_VERIFY_WITH_TIMEOUT((screen().pixel(hostWindow.center()) & 0xFFFFFF) != kDesktop,
+                                 10000);
         QVERIFY(click(hostWindow.center()));
         QTRY_VERIFY_WITH_TIMEOUT(output().endsWith(QStringLiteral("opened\n")), 10000);
         QTRY_VERIFY_WITH_TIMEOUT(
@@ -520,22 +516,19 @@ private:
     // compositor have caught up), or after ten seconds.
     QImage stableScreen(int quietMs = 150) const
     {
-        QElapsedTimer timer;
-        timer.start();
-        QImage last = screen();
-        QElapsedTimer quiet;
-        quiet.start();
-        while (!timer.hasExpired(10000)) {
-            QTest::qWait(50);
-            QImage next = screen();
-            if (next != last) {
-                last = next;
-                quiet.restart();
-            } else if (quiet.hasExpired(quietMs)) {
-                break;
-            }
-        }
-        return last;
+        return X11Desktop::grabSettled(m_display, QRect(), quietMs);
+    }
+
+    // Clicks a tool's button and waits until the toolbar shows the choice:
+    // the button of the tool chosen before loses its checked look (the
+    // pointer is never over it, so no hover look comes between).
+    bool chooseTool(const QPoint& button, const QPoint& chosenBefore) const
+    {
+        const QRect before(chosenBefore - QPoint(27, 27), QSize(54, 54));
+        const QImage checked = X11Desktop::grabScreen(m_display, before);
+        return click(button) &&
+               QTest::qWaitFor([&] { return X11Desktop::grabScreen(m_display, before) != checked; },
+                               10000);
     }
 
     unsigned long boardWindow() const

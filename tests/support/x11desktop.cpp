@@ -135,23 +135,30 @@ QImage grabScreen(Display* display)
                       QRect(0, 0, DisplayWidth(display, screen), DisplayHeight(display, screen)));
 }
 
-QImage grabSettled(Display* display, const QRect& area, int timeoutMs)
+QImage grabSettled(Display* display, const QRect& area, int quietMs, int timeoutMs)
 {
     const auto grab = [display, &area] {
         return area.isNull() ? grabScreen(display) : grabScreen(display, area);
     };
     QElapsedTimer timer;
     timer.start();
+    QElapsedTimer quiet;
+    quiet.start();
     QImage previous = grab();
     int same = 1;
-    while (same < 3 && !timer.hasExpired(timeoutMs)) {
+    while ((same < 3 || !quiet.hasExpired(quietMs)) && !timer.hasExpired(timeoutMs)) {
         QElapsedTimer pause;
         pause.start();
         while (!pause.hasExpired(30))
             QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         const QImage current = grab();
-        same = current == previous ? same + 1 : 1;
-        previous = current;
+        if (current == previous) {
+            ++same;
+        } else {
+            same = 1;
+            quiet.restart();
+            previous = current;
+        }
     }
     return previous;
 }

@@ -44,11 +44,13 @@ void ignoreXErrors();
 QImage grabScreen(Display* display);
 QImage grabScreen(Display* display, const QRect& area);
 
-// The screen once it has stopped changing: grabbed until three grabs in a
-// row, a few milliseconds apart, are the same (at most `timeoutMs`), with
-// this process's own events served meanwhile. For pictures of what other
-// processes and the compositor show, where no signal says they are done.
-QImage grabSettled(Display* display, const QRect& area = QRect(), int timeoutMs = 10000);
+// The screen once it has stopped changing: grabbed every 30 ms until it has
+// stayed the same for `quietMs` (at least two grabs after the first; at most
+// `timeoutMs` in all), with this process's own events served meanwhile. For
+// pictures of what other processes and the compositor show, where no
+// signal says they are done.
+QImage grabSettled(Display* display, const QRect& area = QRect(), int quietMs = 60,
+                   int timeoutMs = 10000);
 
 // Waits until the X server has carried out every request this
 // application's own X connection sent (its repaints included).
