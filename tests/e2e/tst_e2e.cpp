@@ -26,11 +26,13 @@
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
-#include <X11/extensions/shape.h>
 
 #include <cmath>
 
 namespace {
+
+// The board's input shape while it takes input: the whole 1920 x 1080 screen.
+const QVector<QRect> kWholeBoard{QRect(0, 0, 1920, 1080)};
 
 constexpr unsigned long kDesktop = 0x2F4858;
 const QColor kDefaultPen(0xF7, 0x38, 0x59);
@@ -180,15 +182,6 @@ QRect boxOf(const QImage& screen, const QRect& area, QRgb rgb)
     return box;
 }
 
-bool hasWindow(const QVector<X11Desktop::TopLevel>& windows, const QRect& geometry)
-{
-    for (const X11Desktop::TopLevel& window : windows) {
-        if (window.geometry == geometry)
-            return true;
-    }
-    return false;
-}
-
 } // namespace
 
 class TestEndToEnd : public QObject
@@ -219,12 +212,9 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(output().endsWith(QStringLiteral("opened\n")), 20000);
         QCOMPARE(m_output, QStringLiteral("loaded " SKEDA_PLUGIN_FILE "\nopened\n"));
         QTRY_VERIFY_WITH_TIMEOUT(
-            hasWindow(X11Desktop::windowsOfProcess(m_display, m_host.processId()),
-                      QRect(0, 0, 1920, 1080)),
-            20000);
+            X11Desktop::hasWindow(m_display, m_host.processId(), QRect(0, 0, 1920, 1080)), 20000);
         QTRY_VERIFY_WITH_TIMEOUT(
-            hasWindow(X11Desktop::windowsOfProcess(m_display, m_host.processId()),
-                      QRect(kBar, QSize(370, 68))),
+            X11Desktop::hasWindow(m_display, m_host.processId(), QRect(kBar, QSize(370, 68))),
             20000);
         m_baseline = stableScreen();
 
@@ -365,9 +355,10 @@ private slots:
         // after that, or it would still land on the board.
         const unsigned long board = boardWindow();
         QVERIFY(board);
-        QCOMPARE(inputRectangles(board), 1);
+        QCOMPARE(X11Desktop::inputShape(m_display, board), kWholeBoard);
         QVERIFY(click(kSelectButton));
-        QTRY_COMPARE_WITH_TIMEOUT(inputRectangles(board), 0, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(X11Desktop::inputShape(m_display, board), QVector<QRect>(),
+                                  10000);
         const QPoint target(1450, 420);
         QVERIFY(click(target));
         QTRY_COMPARE(m_window->presses, QVector<QPoint>{target});
@@ -376,7 +367,7 @@ private slots:
         QVERIFY(inkIn(through, m_baseline, band, kTeal) > 300);
 
         QVERIFY(click(kPenButton));
-        QTRY_COMPARE_WITH_TIMEOUT(inputRectangles(board), 1, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(X11Desktop::inputShape(m_display, board), kWholeBoard, 10000);
         QVERIFY(X11Desktop::drag(wave(1150, 1760, 560, 20)));
         QTRY_VERIFY_WITH_TIMEOUT(
             inkIn(screen(), m_baseline, QRect(1140, 530, 630, 60), kTeal) > 300, 15000);
@@ -428,8 +419,7 @@ private slots:
         savePicture(QStringLiteral("e2e-screenshot-saved.png"), shot);
 
         // The board closed itself.
-        QTRY_VERIFY(!hasWindow(X11Desktop::windowsOfProcess(m_display, m_host.processId()),
-                               QRect(0, 0, 1920, 1080)));
+        QTRY_VERIFY(!X11Desktop::hasWindow(m_display, m_host.processId(), QRect(0, 0, 1920, 1080)));
     }
 
     // The host's window offers the board again: its big button shows it
@@ -448,9 +438,7 @@ private slots:
         QVERIFY(click(hostWindow.center()));
         QTRY_VERIFY_WITH_TIMEOUT(output().endsWith(QStringLiteral("opened\n")), 10000);
         QTRY_VERIFY_WITH_TIMEOUT(
-            hasWindow(X11Desktop::windowsOfProcess(m_display, m_host.processId()),
-                      QRect(0, 0, 1920, 1080)),
-            10000);
+            X11Desktop::hasWindow(m_display, m_host.processId(), QRect(0, 0, 1920, 1080)), 10000);
         QTRY_COMPARE_WITH_TIMEOUT(
             differences(screen(), m_beforeShot, QRect(0, 0, 1920, 1080), kToolZone), 0, 10000);
     }
@@ -461,11 +449,8 @@ private slots:
         QVERIFY(click(kCloseButton));
         QTRY_VERIFY_WITH_TIMEOUT(output().endsWith(QStringLiteral("closed\n")), 10000);
         QTRY_VERIFY_WITH_TIMEOUT(
-            !hasWindow(X11Desktop::windowsOfProcess(m_display, m_host.processId()),
-                       QRect(0, 0, 1920, 1080)),
-            10000);
-        QVERIFY(!hasWindow(X11Desktop::windowsOfProcess(m_display, m_host.processId()),
-                           QRect(kBar, QSize(370, 68))));
+            !X11Desktop::hasWindow(m_display, m_host.processId(), QRect(0, 0, 1920, 1080)), 10000);
+        QVERIFY(!X11Desktop::hasWindow(m_display, m_host.processId(), QRect(kBar, QSize(370, 68))));
         const QImage screen = stableScreen();
         QCOMPARE(screen.pixel(kPenButton) & 0xFFFFFF, uint(kDesktop));
         QCOMPARE(screen.pixel(560, 300) & 0xFFFFFF, uint(kDesktop));
@@ -540,17 +525,6 @@ private:
                 return window.id;
         }
         return 0;
-    }
-
-    // The rectangles of a window's input shape, as the X server has them.
-    int inputRectangles(unsigned long window) const
-    {
-        int count = 0;
-        int ordering = 0;
-        XRectangle* rects = XShapeGetRectangles(m_display, window, ShapeInput, &count, &ordering);
-        if (rects)
-            XFree(rects);
-        return count;
     }
 
     static bool strokesInBothParts(const QImage& screen, const QImage& background)

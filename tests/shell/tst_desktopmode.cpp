@@ -16,21 +16,6 @@
 
 namespace {
 
-// The input-shape rectangles of a window, as the X server has them.
-QVector<QRect> inputShape(QWidget* window)
-{
-    int count = 0;
-    int ordering = 0;
-    XRectangle* rects =
-        XShapeGetRectangles(QX11Info::display(), window->winId(), ShapeInput, &count, &ordering);
-    QVector<QRect> result;
-    for (int i = 0; i < count; ++i)
-        result.append(QRect(rects[i].x, rects[i].y, rects[i].width, rects[i].height));
-    if (rects)
-        XFree(rects);
-    return result;
-}
-
 // A plain window standing for the desktop under the board; it counts clicks.
 class Desktop : public QWidget
 {
@@ -68,26 +53,29 @@ private slots:
         board.initUI();
         board.showSkeda();
         QVERIFY(QTest::qWaitForWindowExposed(&board));
-        QCOMPARE(inputShape(&board), QVector<QRect>{QRect(0, 0, 1920, 1080)});
+        QCOMPARE(X11Desktop::inputShape(QX11Info::display(), board.winId()),
+                 QVector<QRect>{QRect(0, 0, 1920, 1080)});
 
         const QtMessageHandler previous = qInstallMessageHandler(collect);
         board.selectDesktop(true);
         qInstallMessageHandler(previous);
         QCOMPARE(messages, QStringList{QStringLiteral("qx====")});
-        QCOMPARE(inputShape(&board), QVector<QRect>());
+        QCOMPARE(X11Desktop::inputShape(QX11Info::display(), board.winId()), QVector<QRect>());
 
         // Entering again changes nothing.
         board.selectDesktop(true);
-        QCOMPARE(inputShape(&board), QVector<QRect>());
+        QCOMPARE(X11Desktop::inputShape(QX11Info::display(), board.winId()), QVector<QRect>());
 
         messages.clear();
         qInstallMessageHandler(collect);
         board.selectDesktop(false);
         qInstallMessageHandler(previous);
         QVERIFY(messages.isEmpty());
-        QCOMPARE(inputShape(&board), QVector<QRect>{QRect(0, 0, 1920, 1080)});
+        QCOMPARE(X11Desktop::inputShape(QX11Info::display(), board.winId()),
+                 QVector<QRect>{QRect(0, 0, 1920, 1080)});
         board.selectDesktop(false);
-        QCOMPARE(inputShape(&board), QVector<QRect>{QRect(0, 0, 1920, 1080)});
+        QCOMPARE(X11Desktop::inputShape(QX11Info::display(), board.winId()),
+                 QVector<QRect>{QRect(0, 0, 1920, 1080)});
     }
 
     // Real clicks (XTEST): in desktop mode a click over a drawn stroke
@@ -153,7 +141,8 @@ private slots:
         qInstallMessageHandler(previous);
         QVERIFY2(after - before < 100 * 1024,
                  qPrintable(QStringLiteral("%1 bytes more").arg(after - before)));
-        QCOMPARE(inputShape(&board), QVector<QRect>{QRect(0, 0, 1920, 1080)});
+        QCOMPARE(X11Desktop::inputShape(QX11Info::display(), board.winId()),
+                 QVector<QRect>{QRect(0, 0, 1920, 1080)});
     }
 
     // Run on an X server without SHAPE: the board falls back to a window that

@@ -195,13 +195,7 @@ private:
     {
         if (!m_canShape)
             return m_board->windowFlags().testFlag(Qt::WindowTransparentForInput);
-        int count = 0;
-        int ordering = 0;
-        XRectangle* rects = XShapeGetRectangles(QX11Info::display(), m_board->winId(), ShapeInput,
-                                                &count, &ordering);
-        if (rects)
-            XFree(rects);
-        return count == 0;
+        return X11Desktop::inputShape(QX11Info::display(), m_board->winId()).isEmpty();
     }
 
     // ---- the invariants ----------------------------------------------------

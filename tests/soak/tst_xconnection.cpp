@@ -34,20 +34,18 @@ public:
                          displayFile});
         if (!m_process.waitForStarted())
             return false;
-        for (int i = 0; i < 200; ++i) {
-            QFile file(displayFile);
-            if (file.open(QIODevice::ReadOnly)) {
-                const QByteArray number = file.readAll().trimmed();
-                if (!number.isEmpty()) {
-                    m_name = QStringLiteral(":") + QString::fromLatin1(number);
-                    return true;
+        QTest::qWaitFor(
+            [&] {
+                QFile file(displayFile);
+                if (file.open(QIODevice::ReadOnly)) {
+                    const QByteArray number = file.readAll().trimmed();
+                    if (!number.isEmpty())
+                        m_name = QStringLiteral(":") + QString::fromLatin1(number);
                 }
-            }
-            if (m_process.state() == QProcess::NotRunning)
-                return false;
-            QTest::qWait(50);
-        }
-        return false;
+                return !m_name.isEmpty() || m_process.state() == QProcess::NotRunning;
+            },
+            10000);
+        return !m_name.isEmpty();
     }
 
     QString name() const { return m_name; }
@@ -129,18 +127,20 @@ private slots:
         launcher.start(QStringLiteral(SKEDA_LAUNCHER_FILE), QStringList());
         QVERIFY(launcher.waitForStarted());
 
-        // The board is up once its window (not the toolbar's) is mapped; the
-        // test's own connection is closed again before the server goes.
+        // The board is up once its window and the toolbar's are mapped and
+        // the screen has settled. The test's own connection watches each
+        // state come about and is closed again before the server goes.
         Display* display = XOpenDisplay(qPrintable(server.name()));
         QVERIFY(display);
-        unsigned long board = 0;
         QTRY_VERIFY_WITH_TIMEOUT(
-            (board = X11Desktop::windowOfProcess(display, launcher.processId(), 1920)) != 0, 20000);
-        XCloseDisplay(display);
-        QTest::qWait(300);
+            X11Desktop::windowOfProcess(display, launcher.processId(), 1920) != 0, 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            X11Desktop::hasWindow(display, launcher.processId(), QRect(80, 932, 370, 68)), 20000);
+        QImage before = X11Desktop::grabSettled(display);
 
         // The toolbar sits at (80, 932): select at x 181, pen 241, eraser 301,
-        // screenshot 361, all at y 966.
+        // screenshot 361, all at y 966. Each state shows on the screen; the
+        // server goes once it does.
         QProcess drawing;
         if (state == QLatin1String("drawing")) {
             QStringList moves{QStringLiteral("mousemove"), QStringLiteral("300"),
@@ -152,22 +152,39 @@ private slots:
                       << QStringLiteral("0.005");
             }
             QVERIFY(xdotoolOn(server.name(), moves, &drawing));
-            QTest::qWait(400);
+            // Ink on the screen while the pointer is still moving.
+            QTRY_VERIFY_WITH_TIMEOUT(X11Desktop::grabScreen(display) != before, 20000);
+            QCOMPARE(drawing.state(), QProcess::Running);
         } else if (state == QLatin1String("desktop")) {
             QVERIFY(xdotoolOn(server.name(), clickAt(181, 966)));
+            QTRY_COMPARE_WITH_TIMEOUT(
+                X11Desktop::inputShape(
+                    display, X11Desktop::windowOfProcess(display, launcher.processId(), 1920))
+                    .size(),
+                0, 20000);
         } else if (state == QLatin1String("popup")) {
             QVERIFY(xdotoolOn(server.name(), clickAt(241, 966)));
             QVERIFY(xdotoolOn(server.name(), clickAt(241, 966)));
+            // The popup opens above the toolbar.
+            const QRect popupZone(80, 700, 400, 230);
+            QTRY_VERIFY_WITH_TIMEOUT(
+                X11Desktop::grabScreen(display, popupZone) != before.copy(popupZone), 20000);
         } else if (state == QLatin1String("screenshot")) {
             QVERIFY(xdotoolOn(server.name(), clickAt(361, 966)));
+            // The overlay covers the screen.
+            QTRY_VERIFY_WITH_TIMEOUT(
+                X11Desktop::windowsOfProcess(display, launcher.processId()).size() == 3, 20000);
+            before = X11Desktop::grabSettled(display);
             QStringList drag{QStringLiteral("mousemove"), QStringLiteral("400"),
                              QStringLiteral("300"),       QStringLiteral("mousedown"),
                              QStringLiteral("1"),         QStringLiteral("mousemove"),
                              QStringLiteral("700"),       QStringLiteral("500"),
                              QStringLiteral("mouseup"),   QStringLiteral("1")};
             QVERIFY(xdotoolOn(server.name(), drag));
+            // The selection is drawn.
+            QTRY_VERIFY_WITH_TIMEOUT(X11Desktop::grabScreen(display) != before, 20000);
         }
-        QTest::qWait(300);
+        XCloseDisplay(display);
         QCOMPARE(launcher.state(), QProcess::Running);
 
         server.kill(hard);

@@ -7,11 +7,13 @@
 
 #include <xcb/xcb.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+#include <X11/extensions/shape.h>
 
 namespace {
 
@@ -92,6 +94,26 @@ unsigned long windowOfProcess(Display* display, qint64 pid, int minWidth)
             return window.id;
     }
     return 0;
+}
+
+bool hasWindow(Display* display, qint64 pid, const QRect& geometry)
+{
+    const QVector<TopLevel> windows = windowsOfProcess(display, pid);
+    return std::any_of(windows.cbegin(), windows.cend(),
+                       [&geometry](const TopLevel& window) { return window.geometry == geometry; });
+}
+
+QVector<QRect> inputShape(Display* display, unsigned long window)
+{
+    int count = 0;
+    int ordering = 0;
+    XRectangle* rects = XShapeGetRectangles(display, window, ShapeInput, &count, &ordering);
+    QVector<QRect> result;
+    for (int i = 0; i < count; ++i)
+        result.append(QRect(rects[i].x, rects[i].y, rects[i].width, rects[i].height));
+    if (rects)
+        XFree(rects);
+    return result;
 }
 
 void closeWindow(Display* display, unsigned long window)

@@ -31,6 +31,14 @@ QVector<TopLevel> windowsOfProcess(Display* display, qint64 pid);
 // The first of those at least minWidth wide, or 0.
 unsigned long windowOfProcess(Display* display, qint64 pid, int minWidth = 100);
 
+// Whether the process has a viewable top-level window at exactly this
+// geometry.
+bool hasWindow(Display* display, qint64 pid, const QRect& geometry);
+
+// The rectangles of a window's input shape, as the X server has them (none
+// while clicks go through the window).
+QVector<QRect> inputShape(Display* display, unsigned long window);
+
 // Asks a window to close, as a window manager's close button does
 // (WM_DELETE_WINDOW).
 void closeWindow(Display* display, unsigned long window);
