@@ -310,7 +310,9 @@ private slots:
                      QStringLiteral("loaded %1\n").arg(QStringLiteral(SKEDA_PLUGIN_FILE)));
         XWindowAttributes attributes;
         QVERIFY(XGetWindowAttributes(display, window, &attributes));
-        QTest::qWait(300);
+        // The click once the host has painted its window.
+        X11Desktop::grabSettled(
+            display, QRect(attributes.x, attributes.y, attributes.width, attributes.height));
         QVERIFY(clickAt(
             QPoint(attributes.x + attributes.width / 2, attributes.y + attributes.height / 2)));
         QTRY_COMPARE(output(),

@@ -132,7 +132,7 @@ private slots:
                 if (i % 50 == 0)
                     QCoreApplication::processEvents();
             }
-            QTest::qWait(50);
+            QVERIFY(X11Desktop::syncEvents());
         };
         switchMode(200);
         const qint64 before = HeapUsage::bytesInUse();

@@ -200,8 +200,8 @@ private slots:
         QVERIFY(click(QPoint(80 + 254 + 27, 932 + 7 + 27)));
         ScreenShot* overlay = nullptr;
         QTRY_VERIFY((overlay = m_board->findChild<ScreenShot*>()) != nullptr);
-        QTRY_VERIFY(overlay->isVisible());
-        QTest::qWait(200);
+        QVERIFY(QTest::qWaitForWindowExposed(overlay));
+        QVERIFY(X11Desktop::syncEvents());
 
         QVERIFY(X11Desktop::drag({{300, 200}, {400, 260}, {500, 320}, {600, 400}}));
         QTRY_COMPARE(overlay->selection(), QRect(QPoint(300, 200), QPoint(600, 400)));
@@ -240,7 +240,7 @@ private slots:
             ScreenShot* overlay = overlays.at(i);
             overlay->raise();
             overlay->activateWindow();
-            QTest::qWait(100);
+            X11Desktop::syncApplication();
             QVERIFY(X11Desktop::drag(
                 {rects.at(i).topLeft(), rects.at(i).center(), rects.at(i).bottomRight()}));
             QTRY_COMPARE(overlay->selection(), rects.at(i));

@@ -129,7 +129,7 @@ private slots:
         QCOMPARE(closes, 1);
         QVERIFY(!window);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QTest::qWait(50);
+        QCoreApplication::processEvents();
 
         // The plugin knows: it says so, then builds a new board.
         QTest::ignoreMessage(QtWarningMsg, "Skeda::showSkeda(): there is no board to show; call "
@@ -170,7 +170,7 @@ private slots:
         QVERIFY(!window);
         QVERIFY(!overlay);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QTest::qWait(50);
+        QCoreApplication::processEvents();
     }
 
     // The host frees the board while a screenshot is being captured (inside
@@ -241,7 +241,6 @@ private slots:
         window->hide();
         window->show();
         QVERIFY(QTest::qWaitForWindowExposed(window));
-        QTest::qWait(50);
         QVERIFY(drawsOn(window));
         QWidget* toolbar = toolbarOf(window);
         QVERIFY(QMetaObject::invokeMethod(toolbar, "sigEraseBtn"));

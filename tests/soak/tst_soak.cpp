@@ -39,6 +39,8 @@
 #include <QGraphicsPathItem>
 #include <QGraphicsPixmapItem>
 #include <QPointer>
+#include <QQuickWidget>
+#include <QQuickWindow>
 #include <QRandomGenerator>
 #include <QTouchDevice>
 #include <QX11Info>
@@ -632,7 +634,7 @@ private:
         releaseMouse();
         liftAllFingers();
         endRawTouch();
-        QTest::qWait(20);
+        QVERIFY(X11Desktop::syncEvents());
         const bool desktop = inDesktopMode();
         const bool pen = view()->currentOperation() == view()->pathOperation();
         const int before = scene()->items().size();
@@ -644,7 +646,9 @@ private:
             points.append(p);
         }
         QVERIFY(X11Desktop::drag(points));
-        QTest::qWait(60);
+        // The drag's events are all handled (none reached the board in
+        // desktop mode).
+        QVERIFY(X11Desktop::syncEvents());
         ++m_stats.realDrags;
         if (desktop) {
             ++m_stats.realDragsInDesktopMode;
@@ -709,7 +713,7 @@ private:
         m_board->showSkeda();
         m_board->hideTool();
         QVERIFY(QMetaObject::invokeMethod(tool(), "sigClear"));
-        QTest::qWait(20);
+        QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         // The history keeps at most its hundred steps; a phase ends with
         // none, so that the heap shows what the board itself keeps.
@@ -742,9 +746,15 @@ private slots:
         // (Mesa's softpipe on Xvfb) takes some hundred MiB once.
         auto* pen = tool()->findChild<QAbstractButton*>(QStringLiteral("penButton"));
         QVERIFY(pen && pen->isChecked());
+        auto* popup = m_board->findChild<QQuickWidget*>(QStringLiteral("penPopup"));
+        QVERIFY(popup);
+        QSignalSpy rendered(popup->quickWindow(), &QQuickWindow::afterRendering);
         QTest::mouseClick(pen, Qt::LeftButton);
-        QTest::qWait(50);
+        QVERIFY(popup->isVisible());
+        QVERIFY(rendered.count() > 0 || rendered.wait(10000));
+        QCoreApplication::processEvents();
         QTest::mouseClick(pen, Qt::LeftButton);
+        QVERIFY(!popup->isVisible());
         m_warmHeap = HeapUsage::bytesInUse();
         qInfo("soak: heap after the board was built and its pen popup opened once: %s",
               qPrintable(mib(m_warmHeap)));

@@ -1,8 +1,10 @@
 #include "tests/support/x11desktop.h"
 
+#include <QAbstractNativeEventFilter>
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QProcess>
+#include <QTest>
 #include <QX11Info>
 
 #include <xcb/xcb.h>
@@ -21,6 +23,63 @@ int ignoreError(Display*, XErrorEvent*)
 {
     return 0;
 }
+
+// Sees the messages that syncEvents() sends this application through the
+// server, on an input-only window of its own (events sent with no mask go
+// to the window's creator).
+class SyncFilter : public QAbstractNativeEventFilter
+{
+public:
+    explicit SyncFilter(xcb_connection_t* connection)
+        : m_connection(connection)
+    {
+        const xcb_intern_atom_cookie_t cookie =
+            xcb_intern_atom(connection, 0, 16, "_SKEDA_TEST_SYNC");
+        if (xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(connection, cookie, nullptr)) {
+            m_atom = reply->atom;
+            free(reply);
+        }
+        const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+        m_window = xcb_generate_id(connection);
+        xcb_create_window(connection, XCB_COPY_FROM_PARENT, m_window, screen->root, -1, -1, 1, 1, 0,
+                          XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+    }
+
+    bool nativeEventFilter(const QByteArray& type, void* message, long*) override
+    {
+        if (type != "xcb_generic_event_t")
+            return false;
+        const auto* event = static_cast<const xcb_generic_event_t*>(message);
+        if ((event->response_type & 0x7F) != XCB_CLIENT_MESSAGE)
+            return false;
+        const auto* client = static_cast<const xcb_client_message_event_t*>(message);
+        if (client->window != m_window || client->type != m_atom)
+            return false;
+        m_received = client->data.data32[0];
+        return true;
+    }
+
+    bool sync()
+    {
+        xcb_client_message_event_t event = {};
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 32;
+        event.window = m_window;
+        event.type = m_atom;
+        event.data.data32[0] = ++m_sent;
+        xcb_send_event(m_connection, 0, m_window, XCB_EVENT_MASK_NO_EVENT,
+                       reinterpret_cast<const char*>(&event));
+        xcb_flush(m_connection);
+        return QTest::qWaitFor([this] { return m_received == m_sent; }, 10000);
+    }
+
+private:
+    xcb_connection_t* m_connection;
+    xcb_atom_t m_atom = XCB_NONE;
+    xcb_window_t m_window = XCB_NONE;
+    quint32 m_sent = 0;
+    quint32 m_received = 0;
+};
 
 } // namespace
 
@@ -194,6 +253,23 @@ void syncApplication()
     xcb_flush(connection);
     // A round trip: the reply comes after everything sent before it.
     free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+}
+
+bool syncEvents()
+{
+    xcb_connection_t* connection = QX11Info::connection();
+    if (!connection) {
+        QCoreApplication::processEvents();
+        return true;
+    }
+    // One for the application's life, installed the first time it is needed.
+    static SyncFilter filter(connection);
+    static const bool installed = [] {
+        QCoreApplication::instance()->installNativeEventFilter(&filter);
+        return true;
+    }();
+    Q_UNUSED(installed)
+    return filter.sync();
 }
 
 bool xdotool(const QStringList& arguments)

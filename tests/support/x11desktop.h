@@ -64,6 +64,12 @@ QImage grabSettled(Display* display, const QRect& area = QRect(), int quietMs = 
 // application's own X connection sent (its repaints included).
 void syncApplication();
 
+// Waits until this application has handled every X event the server sent
+// it so far (input that xdotool made included): a message sent to itself
+// through the server comes after them all. For checks that something did
+// not happen. False after ten seconds without it.
+bool syncEvents();
+
 // Runs xdotool with these arguments and waits for it; true on success.
 bool xdotool(const QStringList& arguments);
 
