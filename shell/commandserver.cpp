@@ -66,7 +66,14 @@ bool CommandServer::listen(const QString& name)
 void CommandServer::serve(QLocalSocket* socket)
 {
     while (socket->canReadLine()) {
-        const QString command = QString::fromUtf8(socket->readLine()).trimmed();
+        // readLine() stops one byte short of its size: a line of LongestLine
+        // characters and its newline fit, anything longer comes cut.
+        const QByteArray line = socket->readLine(LongestLine + 2);
+        if (!line.endsWith('\n')) {
+            dropTooLong(socket);
+            return;
+        }
+        const QString command = QString::fromUtf8(line).trimmed();
         QPointer<QLocalSocket> alive(socket);
         const bool known = run(command);
         if (!alive)
@@ -78,6 +85,19 @@ void CommandServer::serve(QLocalSocket* socket)
                             : QByteArray("error unknown command ") + command.toUtf8() + '\n');
         socket->flush();
     }
+    // No line yet: a peer that sends more than a command without a newline
+    // is not a launcher, and the board does not keep its bytes.
+    if (socket->bytesAvailable() > LongestLine)
+        dropTooLong(socket);
+}
+
+void CommandServer::dropTooLong(QLocalSocket* socket)
+{
+    qCWarning(lcSkedaShell,
+              "skeda: a command line longer than %d bytes came in; that connection is closed",
+              LongestLine);
+    socket->abort();
+    socket->deleteLater();
 }
 
 bool CommandServer::run(const QString& command)

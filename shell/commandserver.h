@@ -17,6 +17,10 @@ class CommandServer : public QObject
     Q_OBJECT
 
 public:
+    // The longest command line read, newline not counted; a connection
+    // sending a longer one is closed.
+    static constexpr int LongestLine = 64;
+
     explicit CommandServer(MainWindow* board);
 
     // The local socket name for this user and this X display.
@@ -31,6 +35,7 @@ public:
 
 private:
     void serve(QLocalSocket* socket);
+    void dropTooLong(QLocalSocket* socket);
 
     MainWindow* m_board;
     QLocalServer* m_server;
