@@ -82,13 +82,8 @@ void BoardHistory::clear()
     // count an item that an older one deletes: every count goes first, then
     // the steps delete what they keep off the board.
     for (int i = 0; i < m_stack->count(); ++i) {
-        const auto* step = static_cast<const InkChangeCommand*>(m_stack->command(i));
-        for (MiniPathItem* item : step->added())
-            item->m_historyRefs = 0;
-        for (MiniPathItem* item : step->removed())
-            item->m_historyRefs = 0;
-        for (const InkChangeCommand::PathChange& change : step->changes())
-            change.item->m_historyRefs = 0;
+        static_cast<const InkChangeCommand*>(m_stack->command(i))
+            ->forEachReferred([](MiniPathItem* item) { item->m_historyRefs = 0; });
     }
     m_clearing = true;
     m_stack->clear();
@@ -166,7 +161,14 @@ void BoardHistory::takeErased(const QList<MiniPathItem*>& strokes)
             doomed.append(stroke);
             continue;
         }
-        noteCut(stroke);
+        const auto cut = m_cutIndex.constFind(stroke);
+        if (cut != m_cutIndex.constEnd()) {
+            // Cut earlier in this drag, now taken away: the step keeps it
+            // with its first path, so that its undo puts it back as it was.
+            stroke->setPath(m_cut.at(cut.value()).second);
+        } else {
+            noteCut(stroke);
+        }
         kept.append(stroke);
     }
     // Lowest first, as the step keeps them.
@@ -213,7 +215,15 @@ void BoardHistory::endErase()
         return;
     std::stable_sort(removed.begin(), removed.end(),
                      [](MiniPathItem* a, MiniPathItem* b) { return a->zValue() < b->zValue(); });
-    push(QStringLiteral("Erase"), added, removed, cut);
+    // Strokes that were cut and then taken away are only removed.
+    const QSet<MiniPathItem*> gone(removed.cbegin(), removed.cend());
+    QVector<InkChangeCommand::PathChange> changes;
+    changes.reserve(cut.size());
+    for (const auto& entry : qAsConst(cut)) {
+        if (!gone.contains(entry.first))
+            changes.append({entry.first, entry.second, entry.first->path()});
+    }
+    push(QStringLiteral("Erase"), added, removed, changes);
 }
 
 void BoardHistory::clearBoard(const QList<QGraphicsItem*>& items)
@@ -240,21 +250,8 @@ void BoardHistory::clearBoard(const QList<QGraphicsItem*>& items)
 }
 
 void BoardHistory::push(const QString& text, QList<MiniPathItem*> added,
-                        QList<MiniPathItem*> removed,
-                        QVector<QPair<MiniPathItem*, QPainterPath>> cut)
+                        QList<MiniPathItem*> removed, QVector<InkChangeCommand::PathChange> changes)
 {
-    QVector<InkChangeCommand::PathChange> changes;
-    changes.reserve(cut.size());
-    const QSet<MiniPathItem*> gone(removed.cbegin(), removed.cend());
-    for (const auto& entry : qAsConst(cut)) {
-        // A stroke cut and then taken away is kept with its first path: its
-        // undo puts it back as it was.
-        if (gone.contains(entry.first)) {
-            entry.first->setPath(entry.second);
-            continue;
-        }
-        changes.append({entry.first, entry.second, entry.first->path()});
-    }
     m_stack->push(
         new InkChangeCommand(this, text, std::move(added), std::move(removed), std::move(changes)));
 }

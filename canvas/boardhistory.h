@@ -1,5 +1,7 @@
 #pragma once
 
+#include "canvas/inkchangecommand.h"
+
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -89,7 +91,7 @@ signals:
 
 private:
     void push(const QString& text, QList<MiniPathItem*> added, QList<MiniPathItem*> removed,
-              QVector<QPair<MiniPathItem*, QPainterPath>> changes);
+              QVector<InkChangeCommand::PathChange> changes);
     void forget(const QList<QGraphicsItem*>& items);
     bool refersTo(const MiniPathItem* item) const;
 

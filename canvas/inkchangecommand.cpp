@@ -14,24 +14,13 @@ InkChangeCommand::InkChangeCommand(BoardHistory* history, const QString& text,
     , m_removed(std::move(removed))
     , m_changes(std::move(changes))
 {
-    for (MiniPathItem* item : qAsConst(m_added))
-        BoardHistory::addReference(item);
-    for (MiniPathItem* item : qAsConst(m_removed))
-        BoardHistory::addReference(item);
-    for (const PathChange& change : qAsConst(m_changes))
-        BoardHistory::addReference(change.item);
+    forEachReferred(&BoardHistory::addReference);
 }
 
 InkChangeCommand::~InkChangeCommand()
 {
-    if (!m_history->isClearing()) {
-        for (MiniPathItem* item : qAsConst(m_added))
-            BoardHistory::dropReference(item);
-        for (MiniPathItem* item : qAsConst(m_removed))
-            BoardHistory::dropReference(item);
-        for (const PathChange& change : qAsConst(m_changes))
-            BoardHistory::dropReference(change.item);
-    }
+    if (!m_history->isClearing())
+        forEachReferred(&BoardHistory::dropReference);
     // What this step holds off the board is its own: the removed items
     // while it is applied, the added ones while it is undone. Everything
     // else belongs to the scene or to another step.
@@ -65,4 +54,14 @@ void InkChangeCommand::redo()
         change.item->setPath(change.after);
     m_history->attach(m_added);
     m_applied = true;
+}
+
+void InkChangeCommand::forEachReferred(void (*function)(MiniPathItem*)) const
+{
+    for (MiniPathItem* item : m_added)
+        function(item);
+    for (MiniPathItem* item : m_removed)
+        function(item);
+    for (const PathChange& change : m_changes)
+        function(change.item);
 }

@@ -41,6 +41,8 @@ public:
     const QVector<PathChange>& changes() const { return m_changes; }
     // Whether the change is on the board (pushed or redone) rather than undone.
     bool isApplied() const { return m_applied; }
+    // Calls the function on every item the step refers to, once per mention.
+    void forEachReferred(void (*function)(MiniPathItem*)) const;
 
 private:
     BoardHistory* m_history;

@@ -191,6 +191,40 @@ private slots:
         QVERIFY(paintedAsScene());
     }
 
+    // A stroke that one drag first cuts and then takes away whole comes
+    // back with its path from before the drag.
+    void aStrokeCutThenTakenAwayComesBackWhole()
+    {
+        drawMouseStroke({QPoint(300, 300), QPoint(308, 300), QPoint(316, 300), QPoint(324, 300),
+                         QPoint(332, 300), QPoint(340, 300), QPoint(348, 300), QPoint(356, 300)});
+        const QVector<Seen> before = strokesOf(m_scene);
+        QVERIFY(!before.isEmpty());
+
+        m_view->setTool(MyMiniGraphicsView::EraseTool);
+        // Down across the stroke's right end first, then along it over the
+        // rest.
+        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(356, 200));
+        bool cutFirst = false;
+        for (int y = 220; y <= 400; y += 20) {
+            QTest::mouseMove(m_viewport, QPoint(356, y));
+            const QVector<Seen> now = strokesOf(m_scene);
+            cutFirst = cutFirst || (!now.isEmpty() && now != before);
+        }
+        QVERIFY(cutFirst);
+        for (int x = 346; x >= 250; x -= 10)
+            QTest::mouseMove(m_viewport, QPoint(x, 300));
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(250, 300));
+        QVERIFY(strokesOf(m_scene).isEmpty());
+        QCOMPARE(m_history->count(), 2);
+
+        QVERIFY(m_window->undo());
+        QCOMPARE(strokesOf(m_scene), before);
+        QVERIFY(paintedAsScene());
+        QVERIFY(m_window->redo());
+        QVERIFY(strokesOf(m_scene).isEmpty());
+        QVERIFY(paintedAsScene());
+    }
+
     void aClearIsOneStep()
     {
         drawMouseStroke(wave(QPoint(100, 200), 30));
