@@ -10,6 +10,7 @@
 #include "common/uimanager.h"
 #include "shell/mainwindow.h"
 #include "tests/support/inkreference.h"
+#include "tests/support/mouseinput.h"
 
 #include <QGraphicsRectItem>
 #include <QPen>
@@ -49,14 +50,6 @@ QVector<Seen> strokesOf(QGraphicsScene* scene)
     return seen;
 }
 
-QVector<QPoint> wave(const QPoint& start, int count, double phase = 0)
-{
-    QVector<QPoint> points;
-    for (int i = 0; i < count; ++i)
-        points.append(start + QPoint(8 * i, int(20 * std::sin(phase + i * 0.3))));
-    return points;
-}
-
 } // namespace
 
 class TestHistory : public QObject
@@ -89,7 +82,7 @@ private slots:
     {
         QVERIFY(!m_history->canUndo());
         QVERIFY(!m_window->undo());
-        drawMouseStroke(wave(QPoint(100, 200), 30));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 200), 30));
         const QVector<Seen> drawn = strokesOf(m_scene);
         QVERIFY(drawn.size() > 1);
         QCOMPARE(m_history->count(), 1);
@@ -110,7 +103,7 @@ private slots:
     // The host's way: the window's slots by name.
     void slotsByName()
     {
-        drawMouseStroke(wave(QPoint(100, 200), 20));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 200), 20));
         bool done = false;
         QVERIFY(QMetaObject::invokeMethod(m_window, "undo", Q_RETURN_ARG(bool, done)));
         QVERIFY(done);
@@ -123,8 +116,8 @@ private slots:
     // Two fingers drawing at once: one step each, in the order they lift.
     void twoFingersGiveTwoSteps()
     {
-        const QVector<QPoint> upper = wave(QPoint(100, 150), 25);
-        const QVector<QPoint> lower = wave(QPoint(100, 500), 25, 1.0);
+        const QVector<QPoint> upper = MouseInput::wave(QPoint(100, 150), 25);
+        const QVector<QPoint> lower = MouseInput::wave(QPoint(100, 500), 25, 1.0);
         QTest::touchEvent(m_window, m_device)
             .press(1, upper.first(), m_viewport)
             .press(2, lower.first(), m_viewport);
@@ -159,8 +152,8 @@ private slots:
     // One erasure, press to release, is one step, whatever it cut.
     void anErasureIsOneStep()
     {
-        drawMouseStroke(wave(QPoint(100, 200), 40));
-        drawMouseStroke(wave(QPoint(100, 260), 40, 2.0));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 200), 40));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 260), 40, 2.0));
         drawMouseStroke({QPoint(200, 100), QPoint(205, 200), QPoint(210, 300), QPoint(215, 400)});
         const QVector<Seen> before = strokesOf(m_scene);
         QCOMPARE(m_history->count(), 3);
@@ -227,8 +220,8 @@ private slots:
 
     void aClearIsOneStep()
     {
-        drawMouseStroke(wave(QPoint(100, 200), 30));
-        drawMouseStroke(wave(QPoint(100, 300), 30, 1.0));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 200), 30));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 300), 30, 1.0));
         const QVector<Seen> before = strokesOf(m_scene);
         m_view->clearAllItem();
         QVERIFY(m_scene->items().isEmpty());
@@ -247,11 +240,11 @@ private slots:
 
     void aNewChangeDiscardsWhatCouldBeRedone()
     {
-        drawMouseStroke(wave(QPoint(100, 200), 20));
-        drawMouseStroke(wave(QPoint(100, 300), 20));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 200), 20));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 300), 20));
         QVERIFY(m_window->undo());
         QVERIFY(m_history->canRedo());
-        drawMouseStroke(wave(QPoint(100, 400), 20));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 400), 20));
         QVERIFY(!m_history->canRedo());
         QVERIFY(!m_window->redo());
         QCOMPARE(m_history->count(), 2);
@@ -284,8 +277,8 @@ private slots:
     // and do not disturb it.
     void nothingWhileAPointerIsDown()
     {
-        drawMouseStroke(wave(QPoint(100, 150), 20));
-        const QVector<QPoint> points = wave(QPoint(100, 400), 30);
+        drawMouseStroke(MouseInput::wave(QPoint(100, 150), 20));
+        const QVector<QPoint> points = MouseInput::wave(QPoint(100, 400), 30);
         QTest::touchEvent(m_window, m_device).press(4, points.first(), m_viewport);
         for (int i = 1; i < 15; ++i)
             QTest::touchEvent(m_window, m_device).move(4, points.at(i), m_viewport);
@@ -316,10 +309,8 @@ private slots:
     // the mouse): the stroke up to then is a step before the erasure's.
     void erasingAStrokeStillBeingDrawn()
     {
-        const QVector<QPoint> points = wave(QPoint(100, 300), 40);
-        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
-        for (int i = 1; i < 30; ++i)
-            QTest::mouseMove(m_viewport, points.at(i));
+        const QVector<QPoint> points = MouseInput::wave(QPoint(100, 300), 40);
+        MouseInput::pressAlong(m_viewport, points, 30);
         m_view->setTool(MyMiniGraphicsView::EraseTool);
         QTest::touchEvent(m_window, m_device).press(7, QPoint(200, 150), m_viewport);
         for (int step = 1; step <= 8; ++step)
@@ -340,10 +331,10 @@ private slots:
     // never the board.
     void itemsDeletedBehindTheHistorysBack()
     {
-        drawMouseStroke(wave(QPoint(100, 200), 20));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 200), 20));
         QVERIFY(m_window->undo());
-        drawMouseStroke(wave(QPoint(100, 300), 20));
-        drawMouseStroke(wave(QPoint(100, 400), 20));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 300), 20));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 400), 20));
         QCOMPARE(m_history->count(), 2);
         QTest::ignoreMessage(QtWarningMsg,
                              "BoardHistory: a stroke item was deleted behind the board's "
@@ -353,19 +344,13 @@ private slots:
         QVERIFY(!m_window->undo());
         QVERIFY(!strokesOf(m_scene).isEmpty());
         QVERIFY(paintedAsScene());
-        drawMouseStroke(wave(QPoint(100, 200), 20));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 200), 20));
         QVERIFY(m_window->undo());
         QVERIFY(paintedAsScene());
     }
 
 private:
-    void drawMouseStroke(const QVector<QPoint>& points)
-    {
-        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
-        for (int i = 1; i < points.size(); ++i)
-            QTest::mouseMove(m_viewport, points.at(i));
-        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, points.last());
-    }
+    void drawMouseStroke(const QVector<QPoint>& points) { MouseInput::drag(m_viewport, points); }
 
     bool penKeepsOnlySceneItems() const
     {

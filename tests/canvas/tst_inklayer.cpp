@@ -12,6 +12,7 @@
 #include "eraser/minieraseopermodel.h"
 #include "shell/mainwindow.h"
 #include "tests/support/inkreference.h"
+#include "tests/support/mouseinput.h"
 
 #include <QGraphicsPixmapItem>
 #include <QRandomGenerator>
@@ -89,8 +90,8 @@ private slots:
     void strokeDriesAtRelease()
     {
         drawMouseStroke({QPoint(300, 100), QPoint(300, 400)});
-        const QVector<QPoint> points = wave(QPoint(100, 250), 30);
-        beginStroke(points, points.size());
+        const QVector<QPoint> points = MouseInput::wave(QPoint(100, 250), 30);
+        MouseInput::pressAlong(m_viewport, points, points.size());
         const MiniPathOpermodel* pen = m_view->pathOperation();
         const int tracked = pen->itemMap().value(MiniPathOpermodel::MouseStrokeId).size() + 1;
         QCOMPARE(m_scene->inkLayer()->wetCount(), tracked);
@@ -155,8 +156,8 @@ private slots:
     // tool changes to the eraser, and a finger erases across it.
     void erasingAStrokeStillBeingDrawn()
     {
-        const QVector<QPoint> points = wave(QPoint(100, 300), 40);
-        beginStroke(points, points.size());
+        const QVector<QPoint> points = MouseInput::wave(QPoint(100, 300), 40);
+        MouseInput::pressAlong(m_viewport, points, points.size());
         QVERIFY(m_scene->inkLayer()->wetCount() > 0);
         m_view->setTool(MyMiniGraphicsView::EraseTool);
         QCOMPARE(m_scene->inkLayer()->wetCount(), 0);
@@ -174,9 +175,9 @@ private slots:
 
     void clearDuringAStroke()
     {
-        drawMouseStroke(wave(QPoint(100, 100), 30));
-        const QVector<QPoint> points = wave(QPoint(100, 300), 40);
-        beginStroke(points, 20);
+        drawMouseStroke(MouseInput::wave(QPoint(100, 100), 30));
+        const QVector<QPoint> points = MouseInput::wave(QPoint(100, 300), 40);
+        MouseInput::pressAlong(m_viewport, points, 20);
         m_view->clearAllItem();
         QCOMPARE(m_scene->items().size(), 0);
         QCOMPARE(m_scene->inkLayer()->count(), 0);
@@ -193,9 +194,9 @@ private slots:
     // Pen, eraser and pen again while the mouse stays down.
     void toolSwitchMidStroke()
     {
-        drawMouseStroke(wave(QPoint(100, 400), 30));
-        const QVector<QPoint> points = wave(QPoint(100, 200), 40);
-        beginStroke(points, 15);
+        drawMouseStroke(MouseInput::wave(QPoint(100, 400), 30));
+        const QVector<QPoint> points = MouseInput::wave(QPoint(100, 200), 40);
+        MouseInput::pressAlong(m_viewport, points, 15);
         m_view->setTool(MyMiniGraphicsView::EraseTool);
         for (int i = 15; i < 25; ++i)
             QTest::mouseMove(m_viewport, points.at(i));
@@ -210,9 +211,9 @@ private slots:
 
     void closeAndShow()
     {
-        drawMouseStroke(wave(QPoint(100, 100), 30));
-        const QVector<QPoint> points = wave(QPoint(100, 300), 30);
-        beginStroke(points, points.size());
+        drawMouseStroke(MouseInput::wave(QPoint(100, 100), 30));
+        const QVector<QPoint> points = MouseInput::wave(QPoint(100, 300), 30);
+        MouseInput::pressAlong(m_viewport, points, points.size());
         const QImage before = InkReference::render(m_scene, m_viewport->size());
         m_window->close();
         QTRY_VERIFY(!m_window->isVisible());
@@ -229,11 +230,11 @@ private slots:
     // the later ones (the z counter passes 9000 after a few hundred points).
     void eraserPictureBetweenOldAndNewInk()
     {
-        drawMouseStroke(wave(QPoint(60, 200), 30));
+        drawMouseStroke(MouseInput::wave(QPoint(60, 200), 30));
         MyMiniGraphicsScene* scene = m_scene;
         while (scene->getNewZValue() < 9100) {
         }
-        drawMouseStroke(wave(QPoint(60, 260), 30));
+        drawMouseStroke(MouseInput::wave(QPoint(60, 260), 30));
         m_view->setTool(MyMiniGraphicsView::EraseTool);
         QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(400, 580));
         QVERIFY(sameAsScene());
@@ -249,14 +250,14 @@ private slots:
     // restacked by hand, are shown as the scene says.
     void foreignItemsAndChangedInk()
     {
-        drawMouseStroke(wave(QPoint(100, 200), 30));
-        drawMouseStroke(wave(QPoint(100, 220), 30));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 200), 30));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 220), 30));
         QVERIFY(sameAsScene());
         // Qt paints items that are not ink from the first change of the
         // board on (a stroke drawn elsewhere).
         auto* rect = m_scene->addRect(QRectF(150, 180, 120, 80), QPen(Qt::NoPen), QBrush(Qt::blue));
         rect->setZValue(5);
-        drawMouseStroke(wave(QPoint(100, 500), 10));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 500), 10));
         QVERIFY(sameAsScene());
         rect->setBrush(Qt::darkGreen);
         QVERIFY(sameAsScene());
@@ -286,7 +287,7 @@ private slots:
     // and erased like any other; the board does not stall over them.
     void oversizedStrokeItems()
     {
-        drawMouseStroke(wave(QPoint(100, 300), 30));
+        drawMouseStroke(MouseInput::wave(QPoint(100, 300), 30));
         auto* far = new MiniPathItem();
         far->setPen(QPen(kInks[1], 8));
         QPainterPath line;
@@ -345,7 +346,8 @@ private slots:
                 m_view->setTool(MyMiniGraphicsView::PenTool);
                 UIManager::getInstance()->setPen(
                     QPen(kInks[random.bounded(4)], kWidths[random.bounded(4)]));
-                drawMouseStroke(wave(somewhere(), 5 + random.bounded(40), random.bounded(2.0)));
+                drawMouseStroke(
+                    MouseInput::wave(somewhere(), 5 + random.bounded(40), random.bounded(2.0)));
             } else if (kind < 55) {
                 what = QStringLiteral("fingers");
                 m_view->setTool(MyMiniGraphicsView::PenTool);
@@ -381,8 +383,8 @@ private slots:
             } else {
                 what = QStringLiteral("tool switch mid-stroke");
                 m_view->setTool(MyMiniGraphicsView::PenTool);
-                const QVector<QPoint> points = wave(somewhere(), 20);
-                beginStroke(points, 10);
+                const QVector<QPoint> points = MouseInput::wave(somewhere(), 20);
+                MouseInput::pressAlong(m_viewport, points, 10);
                 m_view->setTool(MyMiniGraphicsView::EraseTool);
                 m_view->setTool(MyMiniGraphicsView::PenTool);
                 for (int i = 10; i < points.size(); ++i)
@@ -395,29 +397,7 @@ private slots:
     }
 
 private:
-    // A gentle wave of points `step` pixels apart, going right.
-    static QVector<QPoint> wave(const QPoint& start, int count, double phase = 0)
-    {
-        QVector<QPoint> points;
-        for (int i = 0; i < count; ++i)
-            points.append(start + QPoint(8 * i, int(20 * std::sin(phase + i * 0.3))));
-        return points;
-    }
-
-    // Presses the mouse at the first point and moves through the points
-    // before index `end`; the button stays down.
-    void beginStroke(const QVector<QPoint>& points, int end)
-    {
-        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, points.first());
-        for (int i = 1; i < end; ++i)
-            QTest::mouseMove(m_viewport, points.at(i));
-    }
-
-    void drawMouseStroke(const QVector<QPoint>& points)
-    {
-        beginStroke(points, points.size());
-        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, points.last());
-    }
+    void drawMouseStroke(const QVector<QPoint>& points) { MouseInput::drag(m_viewport, points); }
 
     // Two or three fingers that start and lift at different times.
     template<typename Somewhere> void fingers(QRandomGenerator& random, Somewhere somewhere)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "screenshot/screenshot.h"
+#include "tests/support/mouseinput.h"
 #include "tests/support/pixelcheck.h"
 
 #include <QApplication>
@@ -78,10 +79,7 @@ inline void release(QWidget* widget, const QPoint& pos)
 // A press at from, a move half-way, a move to to and the release there.
 inline void drag(QWidget* widget, const QPoint& from, const QPoint& to)
 {
-    press(widget, from);
-    moveTo(widget, (from + to) / 2);
-    moveTo(widget, to);
-    release(widget, to);
+    MouseInput::drag(widget, from, to);
 }
 
 // Runs the deletions that deleteLater() has scheduled.

@@ -20,6 +20,7 @@
 #include "screenshot/screenshot.h"
 #include "shell/mainwindow.h"
 #include "tests/support/heapusage.h"
+#include "tests/support/mouseinput.h"
 #include "toolbar/skedatool.h"
 #include "widgets/mpushbutton_1.h"
 
@@ -189,14 +190,6 @@ private:
         return board;
     }
 
-    static void drag(QWidget* widget, const QVector<QPoint>& points)
-    {
-        QTest::mousePress(widget, Qt::LeftButton, Qt::NoModifier, points.first());
-        for (int i = 1; i < points.size(); ++i)
-            QTest::mouseMove(widget, points.at(i));
-        QTest::mouseRelease(widget, Qt::LeftButton, Qt::NoModifier, points.last());
-    }
-
     // The board used: a stroke by mouse, one by two fingers, an erasure, a
     // clear; every step must change the scene as the user expects. All of it
     // within 800x600, the offscreen platform's screen.
@@ -206,7 +199,7 @@ private:
         MyMiniGraphicsScene* scene = board->scene();
         QVERIFY(QMetaObject::invokeMethod(board->tool(), "sigPen"));
         const int before = strokeItems(scene);
-        drag(viewport, {{200, 300}, {260, 300}, {320, 310}, {380, 320}, {440, 330}});
+        MouseInput::drag(viewport, {{200, 300}, {260, 300}, {320, 310}, {380, 320}, {440, 330}});
         QVERIFY(strokeItems(scene) > before);
 
         const int beforeTouch = strokeItems(scene);
@@ -225,7 +218,7 @@ private:
         // The eraser (100x150) swept from (320, 250) to (320, 350) leaves no
         // stroke point well inside x 270..370, y 175..425.
         QVERIFY(QMetaObject::invokeMethod(board->tool(), "sigEraseBtn"));
-        drag(viewport, {{320, 250}, {320, 300}, {320, 350}});
+        MouseInput::drag(viewport, {{320, 250}, {320, 300}, {320, 350}});
         const QRectF swept(QPointF(275, 180), QPointF(365, 420));
         for (QGraphicsItem* item : scene->items()) {
             if (auto* stroke = qgraphicsitem_cast<MiniPathItem*>(item)) {
@@ -300,7 +293,7 @@ private slots:
         QPointer<ScreenShot> shot = openShot(board.get());
         QVERIFY(shot);
         QTRY_COMPARE(shot->geometry(), QRect(0, 0, 1280, 720));
-        drag(shot, {{100, 100}, {300, 200}, {500, 300}});
+        MouseInput::drag(shot, {{100, 100}, {300, 200}, {500, 300}});
         QTest::mouseClick(shot->confirmButton(), Qt::LeftButton);
         QCOMPARE(pixmaps.count(), 1);
         QCOMPARE(pixmaps.first().first().value<QPixmap>().size(), shotSize(QSize(401, 201)));
@@ -324,7 +317,7 @@ private slots:
         useBoard(board.get());
         QPointer<ScreenShot> blind = openShot(board.get());
         QVERIFY(blind);
-        drag(blind, {{50, 50}, {150, 150}});
+        MouseInput::drag(blind, {{50, 50}, {150, 150}});
         blind->cancelButton()->click();
         QTRY_VERIFY(!blind);
 
@@ -405,7 +398,7 @@ private slots:
         QPointer<ScreenShot> shot = openShot(board.get());
         QVERIFY(shot);
         QVERIFY(shot->isVisible());
-        drag(shot, {{400, 300}, {600, 400}});
+        MouseInput::drag(shot, {{400, 300}, {600, 400}});
         QVERIFY(shot->cancelButton()->isVisible());
         QTest::mouseClick(shot->cancelButton(), Qt::LeftButton);
         QTRY_VERIFY(!shot);
@@ -414,7 +407,7 @@ private slots:
 
         shot = openShot(board.get());
         QVERIFY(shot);
-        drag(shot, {{400, 300}, {600, 400}});
+        MouseInput::drag(shot, {{400, 300}, {600, 400}});
         QTest::mouseClick(shot->confirmButton(), Qt::LeftButton);
         QCOMPARE(pixmaps.count(), 1);
         QCOMPARE(pixmaps.first().first().value<QPixmap>().size(), shotSize(QSize(201, 101)));
@@ -440,8 +433,8 @@ private slots:
         QPointer<ScreenShot> one = openShot(board.get());
         QPointer<ScreenShot> two = openShot(board.get());
         QVERIFY(one && two && one != two);
-        drag(one, {{100, 100}, {149, 119}});
-        drag(two, {{600, 500}, {679, 589}});
+        MouseInput::drag(one, {{100, 100}, {149, 119}});
+        MouseInput::drag(two, {{600, 500}, {679, 589}});
 
         // The second confirmed first; the first stays open over the closed
         // board, then is confirmed too. Each report carries its own picture,
@@ -462,8 +455,8 @@ private slots:
         two = openShot(board.get());
         // Away from the screen's left edge: the button bar is centred under
         // the selection and would be cut off there.
-        drag(one, {{200, 200}, {260, 240}});
-        drag(two, {{300, 300}, {330, 320}});
+        MouseInput::drag(one, {{200, 200}, {260, 240}});
+        MouseInput::drag(two, {{300, 300}, {330, 320}});
         QTest::mouseClick(one->cancelButton(), Qt::LeftButton);
         QTRY_VERIFY(!one);
         QVERIFY(board->isVisible());
@@ -487,8 +480,8 @@ private slots:
         QSignalSpy pixmaps(board.get(), &MainWindow::sigScreenShotPixmap);
         QPointer<ScreenShot> one = openShot(board.get());
         QPointer<ScreenShot> two = openShot(board.get());
-        drag(one, {{100, 100}, {199, 149}});
-        drag(two, {{500, 500}, {529, 519}});
+        MouseInput::drag(one, {{100, 100}, {199, 149}});
+        MouseInput::drag(two, {{500, 500}, {529, 519}});
         // The second is confirmed while the first waits for the screen to be
         // repainted without it.
         bool nested = false;

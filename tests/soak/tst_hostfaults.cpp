@@ -5,6 +5,7 @@
 // sees the interface header only and loads libSkeda with QPluginLoader.
 
 #include "interface/skedainterface.h"
+#include "tests/support/mouseinput.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -45,14 +46,6 @@ QWidget* toolbarOf(QWidget* board)
     return childOfClass(board, "SkedaTool");
 }
 
-void drag(QWidget* widget, const QPoint& from, const QPoint& to)
-{
-    QTest::mousePress(widget, Qt::LeftButton, Qt::NoModifier, from);
-    QTest::mouseMove(widget, (from + to) / 2);
-    QTest::mouseMove(widget, to);
-    QTest::mouseRelease(widget, Qt::LeftButton, Qt::NoModifier, to);
-}
-
 // Draws a stroke on the board through its canvas and reports whether the
 // scene grew.
 bool drawsOn(QWidget* board)
@@ -61,7 +54,7 @@ bool drawsOn(QWidget* board)
     if (!view || !view->scene())
         return false;
     const int before = view->scene()->items().size();
-    drag(view->viewport(), QPoint(500, 500), QPoint(700, 560));
+    MouseInput::drag(view->viewport(), QPoint(500, 500), QPoint(700, 560));
     return view->scene()->items().size() > before;
 }
 
@@ -160,7 +153,7 @@ private slots:
         QVERIFY(QMetaObject::invokeMethod(toolbarOf(window), "sigScreenShot"));
         QPointer<QWidget> overlay = childOfClass(window, "ScreenShot");
         QVERIFY(overlay);
-        drag(overlay, QPoint(100, 100), QPoint(299, 199));
+        MouseInput::drag(overlay, QPoint(100, 100), QPoint(299, 199));
         QAbstractButton* confirm = overlayButton(overlay, true);
         QVERIFY(confirm);
         QTest::mouseClick(confirm, Qt::LeftButton);
@@ -185,7 +178,7 @@ private slots:
         QVERIFY(QMetaObject::invokeMethod(toolbarOf(window), "sigScreenShot"));
         QPointer<QWidget> overlay = childOfClass(window, "ScreenShot");
         QVERIFY(overlay);
-        drag(overlay, QPoint(100, 100), QPoint(299, 199));
+        MouseInput::drag(overlay, QPoint(100, 100), QPoint(299, 199));
         QTimer::singleShot(10, this, [&] { delete window.data(); });
         overlayButton(overlay, true)->click();
         QVERIFY(!window);
@@ -209,7 +202,7 @@ private slots:
         QWidget* toolbar = toolbarOf(window);
         QVERIFY(QMetaObject::invokeMethod(toolbar, "sigScreenShot"));
         QPointer<QWidget> overlay = childOfClass(window, "ScreenShot");
-        drag(overlay, QPoint(100, 100), QPoint(150, 150));
+        MouseInput::drag(overlay, QPoint(100, 100), QPoint(150, 150));
         QTest::mouseClick(overlayButton(overlay, true), Qt::LeftButton);
         QVERIFY(!window->isVisible());
         window->show();

@@ -1,5 +1,6 @@
 #include "widgets/baseshadowwidget.h"
 
+#include "tests/support/paintcounting.h"
 #include "widgettestutil.h"
 
 #include <QtTest>
@@ -23,19 +24,7 @@ int premultipliedGrey(double alpha)
     return qRound(135.0 * alpha / 255.0);
 }
 
-class CountingShadowWidget : public BaseShadowWidget
-{
-public:
-    using BaseShadowWidget::BaseShadowWidget;
-    int paints = 0;
-
-protected:
-    void paintEvent(QPaintEvent* event) override
-    {
-        ++paints;
-        BaseShadowWidget::paintEvent(event);
-    }
-};
+using CountingShadowWidget = PaintCounting<BaseShadowWidget>;
 
 } // namespace
 

@@ -1,5 +1,6 @@
 #include "widgets/mpushbutton_1.h"
 
+#include "tests/support/paintcounting.h"
 #include "widgettestutil.h"
 
 #include <QtTest>
@@ -53,19 +54,7 @@ Ink inkOutside(const QImage& image, const QRect& excluded)
     return ink;
 }
 
-class CountingButton : public mPushButton_1
-{
-public:
-    using mPushButton_1::mPushButton_1;
-    int paints = 0;
-
-protected:
-    void paintEvent(QPaintEvent* event) override
-    {
-        ++paints;
-        mPushButton_1::paintEvent(event);
-    }
-};
+using CountingButton = PaintCounting<mPushButton_1>;
 
 } // namespace
 

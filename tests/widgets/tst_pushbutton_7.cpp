@@ -1,5 +1,6 @@
 #include "widgets/pushbutton_7.h"
 
+#include "tests/support/paintcounting.h"
 #include "widgettestutil.h"
 
 #include <QCursor>
@@ -128,19 +129,7 @@ bool allTransparent(const QImage& image)
     return true;
 }
 
-class CountingButton : public PushButton_7
-{
-public:
-    using PushButton_7::PushButton_7;
-    int paints = 0;
-
-protected:
-    void paintEvent(QPaintEvent* event) override
-    {
-        ++paints;
-        PushButton_7::paintEvent(event);
-    }
-};
+using CountingButton = PaintCounting<PushButton_7>;
 
 } // namespace
 
