@@ -100,9 +100,7 @@ private slots:
             wave.append(QPoint(300 + int(900 * t), 300 + int(110 * qSin(t * 2 * M_PI))));
         }
         QVERIFY(X11Desktop::drag(wave));
-        QVERIFY(X11Desktop::xdotool({QStringLiteral("mousemove"), QStringLiteral("1300"),
-                                     QStringLiteral("300"), QStringLiteral("click"),
-                                     QStringLiteral("1")}));
+        QVERIFY(X11Desktop::click(QPoint(1300, 300)));
         // The tap's dot is the last thing drawn.
         QTRY_COMPARE_WITH_TIMEOUT(X11Desktop::grabScreen(m_display).pixelColor(1300, 300), kInk,
                                   10000);

@@ -13,6 +13,7 @@
 //
 // With SKEDA_DOCS_DIR set, the run also writes the pictures docs/e2e-*.png.
 
+#include "tests/support/desktopwindow.h"
 #include "tests/support/x11desktop.h"
 
 #include <QDir>
@@ -55,15 +56,12 @@ const QRect kToolZone(0, 700, 560, 380);
 
 // A window on the desktop, below the board: a gradient in which
 // neighbouring pixels differ, a title, and a ring wherever it was clicked.
-class DesktopWindow : public QWidget
+class PaperWindow : public DesktopWindow
 {
 public:
-    QVector<QPoint> presses;
-
-    DesktopWindow()
+    PaperWindow()
+        : DesktopWindow(QRect(1100, 150, 720, 480))
     {
-        setWindowFlags(Qt::FramelessWindowHint);
-        setGeometry(1100, 150, 720, 480);
     }
 
 protected:
@@ -98,20 +96,7 @@ protected:
         for (const QPoint& p : presses)
             painter.drawEllipse(mapFromGlobal(p), 16, 16);
     }
-
-    void mousePressEvent(QMouseEvent* event) override
-    {
-        presses.append(event->globalPos());
-        update();
-    }
 };
-
-bool click(const QPoint& p)
-{
-    return X11Desktop::xdotool({QStringLiteral("mousemove"), QString::number(p.x()),
-                                QString::number(p.y()), QStringLiteral("click"),
-                                QStringLiteral("1")});
-}
 
 // A stroke from x0 to x1 around the line y0, following a sine wave.
 QVector<QPoint> wave(int x0, int x1, int y0, double amplitude, double phase = 0)
@@ -198,7 +183,7 @@ private slots:
         X11Desktop::paintDesktop(m_display, kDesktop);
         m_docs = qEnvironmentVariable("SKEDA_DOCS_DIR");
 
-        m_window = new DesktopWindow;
+        m_window = new PaperWindow;
         m_window->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_window));
         QVERIFY(m_saveRoot.isValid());
@@ -289,12 +274,12 @@ private slots:
         const QRect popupZone(kBar.x(), 700, 400, 230);
         QVERIFY(chooseTool(kPenButton, kEraserButton));
         QCOMPARE(differences(stableScreen(), m_baseline, popupZone), 0);
-        QVERIFY(click(kPenButton));
+        QVERIFY(X11Desktop::click(kPenButton));
         QRect swatch;
         QTRY_VERIFY_WITH_TIMEOUT((swatch = boxOf(screen(), popupZone, kTeal.rgb())).width() > 20,
                                  10000);
         QCOMPARE(swatch.size(), QSize(36, 36));
-        QVERIFY(click(swatch.center()));
+        QVERIFY(X11Desktop::click(swatch.center()));
         // The chosen cell gets a blue frame.
         QTRY_VERIFY_WITH_TIMEOUT(
             boxOf(screen(), swatch.adjusted(-6, -6, 6, 6), qRgb(0x14, 0x86, 0xFA)).width() > 30,
@@ -316,7 +301,7 @@ private slots:
     void slideToClear()
     {
         QVERIFY(chooseTool(kEraserButton, kPenButton));
-        QVERIFY(click(kEraserButton));
+        QVERIFY(X11Desktop::click(kEraserButton));
         const QRect panelZone(kBar.x(), 800, 480, 130);
         // The slider's track, in its fill colour, with the handle at its left.
         QRect track;
@@ -356,17 +341,17 @@ private slots:
         const unsigned long board = boardWindow();
         QVERIFY(board);
         QCOMPARE(X11Desktop::inputShape(m_display, board), kWholeBoard);
-        QVERIFY(click(kSelectButton));
+        QVERIFY(X11Desktop::click(kSelectButton));
         QTRY_COMPARE_WITH_TIMEOUT(X11Desktop::inputShape(m_display, board), QVector<QRect>(),
                                   10000);
         const QPoint target(1450, 420);
-        QVERIFY(click(target));
+        QVERIFY(X11Desktop::click(target));
         QTRY_COMPARE(m_window->presses, QVector<QPoint>{target});
         const QImage through = stableScreen();
         QCOMPARE(inkIn(through, m_baseline, QRect(target - QPoint(4, 4), QSize(9, 9)), kTeal), 0);
         QVERIFY(inkIn(through, m_baseline, band, kTeal) > 300);
 
-        QVERIFY(click(kPenButton));
+        QVERIFY(X11Desktop::click(kPenButton));
         QTRY_COMPARE_WITH_TIMEOUT(X11Desktop::inputShape(m_display, board), kWholeBoard, 10000);
         QVERIFY(X11Desktop::drag(wave(1150, 1760, 560, 20)));
         QTRY_VERIFY_WITH_TIMEOUT(
@@ -386,7 +371,7 @@ private slots:
         // change).
         const QImage before = stableScreen(1000);
         m_beforeShot = before;
-        QVERIFY(click(kShotButton));
+        QVERIFY(X11Desktop::click(kShotButton));
         // The overlay dims the screen.
         QTRY_VERIFY_WITH_TIMEOUT((screen().pixel(700, 400) & 0xFFFFFF) != kDesktop, 10000);
         QVERIFY(
@@ -400,7 +385,7 @@ private slots:
                                  10000);
         const QImage selected = stableScreen();
         savePicture(QStringLiteral("e2e-screenshot-selection.png"), selected);
-        QVERIFY(click(bar + QPoint(100, 41)));
+        QVERIFY(X11Desktop::click(bar + QPoint(100, 41)));
 
         QTRY_VERIFY_WITH_TIMEOUT(output().contains(QStringLiteral("saved ")), 15000);
         const QString line = m_output.section(QLatin1Char('\n'), -2, -2);
@@ -435,7 +420,7 @@ private slots:
         // Painted, so ready for the click on its button.
         QTRY_VERIFY_WITH_TIMEOUT((screen().pixel(hostWindow.center()) & 0xFFFFFF) != kDesktop,
                                  10000);
-        QVERIFY(click(hostWindow.center()));
+        QVERIFY(X11Desktop::click(hostWindow.center()));
         QTRY_VERIFY_WITH_TIMEOUT(output().endsWith(QStringLiteral("opened\n")), 10000);
         QTRY_VERIFY_WITH_TIMEOUT(
             X11Desktop::hasWindow(m_display, m_host.processId(), QRect(0, 0, 1920, 1080)), 10000);
@@ -446,7 +431,7 @@ private slots:
     // The close button: board and toolbar go, the host hears it once.
     void closeTheBoard()
     {
-        QVERIFY(click(kCloseButton));
+        QVERIFY(X11Desktop::click(kCloseButton));
         QTRY_VERIFY_WITH_TIMEOUT(output().endsWith(QStringLiteral("closed\n")), 10000);
         QTRY_VERIFY_WITH_TIMEOUT(
             !X11Desktop::hasWindow(m_display, m_host.processId(), QRect(0, 0, 1920, 1080)), 10000);
@@ -511,7 +496,7 @@ private:
     {
         const QRect before(chosenBefore - QPoint(27, 27), QSize(54, 54));
         const QImage checked = X11Desktop::grabScreen(m_display, before);
-        return click(button) &&
+        return X11Desktop::click(button) &&
                QTest::qWaitFor([&] { return X11Desktop::grabScreen(m_display, before) != checked; },
                                10000);
     }
@@ -558,7 +543,7 @@ private:
     }
 
     Display* m_display = nullptr;
-    DesktopWindow* m_window = nullptr;
+    PaperWindow* m_window = nullptr;
     QProcess m_host;
     QString m_output;
     QTemporaryDir m_saveRoot;

@@ -85,13 +85,6 @@ QString installedPlugin()
     return kPrefix + QStringLiteral("/" SKEDA_INSTALL_PLUGINDIR "/skeda/libSkeda.so");
 }
 
-bool clickAt(const QPoint& p)
-{
-    return X11Desktop::xdotool({QStringLiteral("mousemove"), QString::number(p.x()),
-                                QString::number(p.y()), QStringLiteral("click"),
-                                QStringLiteral("1")});
-}
-
 } // namespace
 
 class TestHostApp : public QObject
@@ -313,7 +306,7 @@ private slots:
         // The click once the host has painted its window.
         X11Desktop::grabSettled(
             display, QRect(attributes.x, attributes.y, attributes.width, attributes.height));
-        QVERIFY(clickAt(
+        QVERIFY(X11Desktop::click(
             QPoint(attributes.x + attributes.width / 2, attributes.y + attributes.height / 2)));
         QTRY_COMPARE(output(),
                      QStringLiteral("loaded %1\nopened\n").arg(QStringLiteral(SKEDA_PLUGIN_FILE)));

@@ -163,13 +163,6 @@ bool border(const QColor& seen, const QColor& below)
            qAbs(seen.blue() - channel(250, below.blue())) <= 3;
 }
 
-bool click(const QPoint& global)
-{
-    return X11Desktop::xdotool({QStringLiteral("mousemove"), QString::number(global.x()),
-                                QString::number(global.y()), QStringLiteral("click"),
-                                QStringLiteral("1")});
-}
-
 QPoint centreOf(QWidget* widget)
 {
     return widget->mapToGlobal(widget->rect().center());
@@ -301,7 +294,7 @@ void TestScreenShotCapture::captureWithRealInput()
     QVERIFY(border(selecting.pixelColor(600, 300), m_pattern.pixelColor(600, 300)));
     QVERIFY(border(selecting.pixelColor(900, 400), m_pattern.pixelColor(900, 400)));
 
-    QVERIFY(click(centreOf(shot->confirmButton())));
+    QVERIFY(X11Desktop::click(centreOf(shot->confirmButton())));
     // The click may already be handled while xdotool runs.
     QTRY_COMPARE_WITH_TIMEOUT(spy.count(), 1, 5000);
 
@@ -323,7 +316,7 @@ void TestScreenShotCapture::twoOverlaysInSequence()
     QPointer<ScreenShot> one = openOverlay(&first, m_window);
     QSignalSpy spyOne(one.data(), &ScreenShot::newPixmap);
     QVERIFY(dragSelection(one, a.topLeft(), a.bottomRight()));
-    QVERIFY(click(centreOf(one->confirmButton())));
+    QVERIFY(X11Desktop::click(centreOf(one->confirmButton())));
     QTRY_COMPARE_WITH_TIMEOUT(spyOne.count(), 1, 5000);
     QTRY_VERIFY(!one);
 
@@ -331,7 +324,7 @@ void TestScreenShotCapture::twoOverlaysInSequence()
     QSignalSpy spyTwo(two.data(), &ScreenShot::newPixmap);
     // Dragged from the bottom-right corner up to the top-left one.
     QVERIFY(dragSelection(two, b.bottomRight(), b.topLeft()));
-    QVERIFY(click(centreOf(two->confirmButton())));
+    QVERIFY(X11Desktop::click(centreOf(two->confirmButton())));
     QTRY_COMPARE_WITH_TIMEOUT(spyTwo.count(), 1, 5000);
     QTRY_VERIFY(!two);
 
@@ -351,7 +344,7 @@ void TestScreenShotCapture::cancelWithRealClick()
     QPointer<ScreenShot> shot = openOverlay(&result, m_window);
     QSignalSpy spy(shot.data(), &ScreenShot::newPixmap);
     QVERIFY(dragSelection(shot, QPoint(300, 300), QPoint(700, 500)));
-    QVERIFY(click(centreOf(shot->cancelButton())));
+    QVERIFY(X11Desktop::click(centreOf(shot->cancelButton())));
     QTRY_VERIFY(!shot);
     QCOMPARE(spy.count(), 0);
     QCOMPARE(result.toImage(), before);

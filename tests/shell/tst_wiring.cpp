@@ -8,6 +8,7 @@
 #include "eraser/minieraseopermodel.h"
 #include "screenshot/screenshot.h"
 #include "shell/mainwindow.h"
+#include "tests/support/desktopwindow.h"
 #include "tests/support/x11desktop.h"
 #include "toolbar/skedatool.h"
 #include "widgets/mpushbutton_1.h"
@@ -23,44 +24,9 @@ namespace {
 // The board's input shape while it takes input: the whole 1920 x 1080 screen.
 const QVector<QRect> kWholeBoard{QRect(0, 0, 1920, 1080)};
 
-// A window below the board showing a pattern in which every pixel differs.
-class Desktop : public QWidget
-{
-public:
-    int presses = 0;
-
-protected:
-    void paintEvent(QPaintEvent*) override
-    {
-        QPainter painter(this);
-        painter.drawImage(0, 0, pattern());
-    }
-    void mousePressEvent(QMouseEvent*) override { ++presses; }
-
-public:
-    static QImage pattern()
-    {
-        static const QImage image = [] {
-            QImage result(1920, 1080, QImage::Format_RGB32);
-            for (int y = 0; y < result.height(); ++y)
-                for (int x = 0; x < result.width(); ++x)
-                    result.setPixel(x, y, qRgb(x % 256, y % 256, (x / 256 + 8 * (y / 256)) * 4));
-            return result;
-        }();
-        return image;
-    }
-};
-
 QPoint centreOf(QWidget* widget)
 {
     return widget->mapToGlobal(widget->rect().center());
-}
-
-bool click(const QPoint& p)
-{
-    return X11Desktop::xdotool({QStringLiteral("mousemove"), QString::number(p.x()),
-                                QString::number(p.y()), QStringLiteral("click"),
-                                QStringLiteral("1")});
 }
 
 } // namespace
@@ -72,8 +38,7 @@ class TestWiring : public QObject
 private slots:
     void init()
     {
-        m_desktop = new Desktop;
-        m_desktop->setGeometry(0, 0, 1920, 1080);
+        m_desktop = new DesktopWindow;
         m_desktop->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_desktop));
         m_board = new MainWindow;
@@ -161,9 +126,9 @@ private slots:
         auto* popup = m_board->findChild<QQuickWidget*>();
         QVERIFY(popup);
         // The pen is the tool: a click on its button opens the popup.
-        QVERIFY(click(QPoint(80 + 134 + 27, 932 + 7 + 27)));
+        QVERIFY(X11Desktop::click(QPoint(80 + 134 + 27, 932 + 7 + 27)));
         QTRY_VERIFY(popup->isVisible());
-        QVERIFY(click(QPoint(900, 300)));
+        QVERIFY(X11Desktop::click(QPoint(900, 300)));
         QTRY_VERIFY(!popup->isVisible());
     }
 
@@ -174,21 +139,21 @@ private slots:
         const QPoint select(80 + 74 + 27, 932 + 7 + 27);
         const QPoint pen(80 + 134 + 27, 932 + 7 + 27);
         QSignalSpy selected(m_tool, &SkedaTool::sigSelectDesktop);
-        QVERIFY(click(select));
+        QVERIFY(X11Desktop::click(select));
         QTRY_COMPARE(selected.count(), 1);
         QCOMPARE(X11Desktop::inputShape(QX11Info::display(), m_board->winId()), QVector<QRect>());
 
-        QVERIFY(click(QPoint(1000, 500)));
-        QTRY_COMPARE(m_desktop->presses, 1);
+        QVERIFY(X11Desktop::click(QPoint(1000, 500)));
+        QTRY_COMPARE(m_desktop->presses, QVector<QPoint>{QPoint(1000, 500)});
         QVERIFY(m_board->scene()->items().isEmpty());
 
         QSignalSpy penChosen(m_tool, &SkedaTool::sigPen);
-        QVERIFY(click(pen));
+        QVERIFY(X11Desktop::click(pen));
         QTRY_COMPARE(penChosen.count(), 1);
         QCOMPARE(X11Desktop::inputShape(QX11Info::display(), m_board->winId()), kWholeBoard);
         QVERIFY(X11Desktop::drag({{900, 600}, {950, 600}, {1000, 600}, {1050, 600}}));
         QTRY_VERIFY(m_board->scene()->items().size() > 1);
-        QCOMPARE(m_desktop->presses, 1);
+        QCOMPARE(m_desktop->presses.size(), 1);
     }
 
     // The screenshot button, a dragged rectangle moved past the left edge,
@@ -197,7 +162,7 @@ private slots:
     void screenshotFromTheToolbar()
     {
         QSignalSpy shots(m_board, &MainWindow::sigScreenShotPixmap);
-        QVERIFY(click(QPoint(80 + 254 + 27, 932 + 7 + 27)));
+        QVERIFY(X11Desktop::click(QPoint(80 + 254 + 27, 932 + 7 + 27)));
         ScreenShot* overlay = nullptr;
         QTRY_VERIFY((overlay = m_board->findChild<ScreenShot*>()) != nullptr);
         QVERIFY(QTest::qWaitForWindowExposed(overlay));
@@ -210,12 +175,12 @@ private slots:
         QTRY_COMPARE(overlay->selection(), QRect(QPoint(0, 200), QPoint(300, 400)));
 
         QTRY_VERIFY(overlay->confirmButton()->isVisible());
-        QVERIFY(click(centreOf(overlay->confirmButton())));
+        QVERIFY(X11Desktop::click(centreOf(overlay->confirmButton())));
         QTRY_COMPARE_WITH_TIMEOUT(shots.count(), 1, 10000);
         const QPixmap pixmap = shots.first().first().value<QPixmap>();
         QCOMPARE(pixmap.size(), QSize(301, 201));
         QCOMPARE(pixmap.toImage().convertToFormat(QImage::Format_RGB32),
-                 Desktop::pattern().copy(QRect(0, 200, 301, 201)));
+                 DesktopWindow::pattern().copy(QRect(0, 200, 301, 201)));
         QVERIFY(!m_board->isVisible());
         QVERIFY(!m_tool->isVisible());
         QTRY_VERIFY(m_board->findChildren<ScreenShot*>().isEmpty());
@@ -246,7 +211,7 @@ private slots:
             QTRY_COMPARE(overlay->selection(), rects.at(i));
             QTRY_VERIFY(overlay->confirmButton()->isVisible());
             const int before = shots.count();
-            QVERIFY(click(centreOf(overlay->confirmButton())));
+            QVERIFY(X11Desktop::click(centreOf(overlay->confirmButton())));
             QTRY_COMPARE_WITH_TIMEOUT(shots.count(), before + 1, 10000);
             const QPixmap pixmap = shots.last().first().value<QPixmap>();
             QCOMPARE(pixmap.size(), rects.at(i).size());
@@ -255,7 +220,7 @@ private slots:
     }
 
 private:
-    Desktop* m_desktop = nullptr;
+    DesktopWindow* m_desktop = nullptr;
     MainWindow* m_board = nullptr;
     SkedaTool* m_tool = nullptr;
 };

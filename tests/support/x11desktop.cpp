@@ -290,6 +290,12 @@ bool xdotool(const QStringList& arguments)
            process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
+bool click(const QPoint& p)
+{
+    return xdotool({QStringLiteral("mousemove"), QString::number(p.x()), QString::number(p.y()),
+                    QStringLiteral("click"), QStringLiteral("1")});
+}
+
 bool drag(const QVector<QPoint>& points)
 {
     if (points.isEmpty())

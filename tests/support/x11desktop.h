@@ -73,6 +73,10 @@ bool syncEvents();
 // Runs xdotool with these arguments and waits for it; true on success.
 bool xdotool(const QStringList& arguments);
 
+// The pointer moved to p (global coordinates) and a click of the left
+// button there; true when xdotool did it.
+bool click(const QPoint& p);
+
 // A press, moves along the points (with a short pause between them so that
 // none is merged with the next), and a release of the left button.
 bool drag(const QVector<QPoint>& points);
