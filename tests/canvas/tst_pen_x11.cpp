@@ -1,6 +1,7 @@
 // Strokes drawn with real pointer input (xdotool, through XTEST) on the
 // launcher's board, checked on the screen as a user sees it.
 
+#include "tests/support/launcherprocess.h"
 #include "tests/support/x11desktop.h"
 
 #include <QDir>
@@ -43,10 +44,8 @@ private slots:
         QVERIFY(m_display);
         X11Desktop::paintDesktop(m_display, kDesktop);
         m_launcher.setProcessChannelMode(QProcess::ForwardedChannels);
-        m_launcher.start(QStringLiteral(SKEDA_LAUNCHER_FILE), QStringList());
-        QVERIFY(m_launcher.waitForStarted());
-        QTRY_VERIFY_WITH_TIMEOUT(
-            X11Desktop::windowOfProcess(m_display, m_launcher.processId(), 1920), 15000);
+        QVERIFY(LauncherProcess::start(m_launcher));
+        QVERIFY(LauncherProcess::waitForBoard(m_display, m_launcher));
         // The board shown and composited before anything is drawn on it.
         X11Desktop::grabSettled(m_display);
     }

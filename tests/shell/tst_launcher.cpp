@@ -1,6 +1,7 @@
 // The `skeda` launcher as a user starts it, checked from outside through the
 // X server: its window, its frame and what the screen shows.
 
+#include "tests/support/launcherprocess.h"
 #include "tests/support/x11desktop.h"
 
 #include <QProcess>
@@ -43,14 +44,9 @@ private slots:
     {
         QProcess launcher;
         launcher.setProcessChannelMode(QProcess::ForwardedChannels);
-        launcher.start(QStringLiteral(SKEDA_LAUNCHER_FILE), QStringList());
-        QVERIFY(launcher.waitForStarted());
-
-        // The board, not the toolbar (370 wide), which may be mapped first.
-        Window board = 0;
-        QTRY_VERIFY_WITH_TIMEOUT(
-            (board = X11Desktop::windowOfProcess(m_display, launcher.processId(), 1920)) != 0,
-            15000);
+        QVERIFY(LauncherProcess::start(launcher));
+        const Window board = LauncherProcess::waitForBoard(m_display, launcher);
+        QVERIFY(board);
 
         XWindowAttributes attributes;
         QVERIFY(XGetWindowAttributes(m_display, board, &attributes));
@@ -115,10 +111,8 @@ private slots:
     {
         QProcess board;
         board.setProcessChannelMode(QProcess::ForwardedChannels);
-        board.start(QStringLiteral(SKEDA_LAUNCHER_FILE), QStringList());
-        QVERIFY(board.waitForStarted());
-        QTRY_VERIFY_WITH_TIMEOUT(X11Desktop::windowOfProcess(m_display, board.processId(), 1920),
-                                 15000);
+        QVERIFY(LauncherProcess::start(board));
+        QVERIFY(LauncherProcess::waitForBoard(m_display, board));
 
         QCOMPARE(run({QStringLiteral("--eraser")}).status, 0);
         QCOMPARE(run({QStringLiteral("--close")}).status, 0);

@@ -4,6 +4,7 @@
 // that the launcher ends by itself with one clear line on stderr, a non-zero
 // exit code and no crash (no core dump: it was not killed by a signal).
 
+#include "tests/support/launcherprocess.h"
 #include "tests/support/x11desktop.h"
 
 #include <QFile>
@@ -120,20 +121,14 @@ private slots:
         QVERIFY(server.start());
 
         QProcess launcher;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("DISPLAY"), server.name());
-        env.remove(QStringLiteral("QT_QPA_PLATFORM"));
-        launcher.setProcessEnvironment(env);
-        launcher.start(QStringLiteral(SKEDA_LAUNCHER_FILE), QStringList());
-        QVERIFY(launcher.waitForStarted());
+        QVERIFY(LauncherProcess::start(launcher, QStringList(), server.name()));
 
         // The board is up once its window and the toolbar's are mapped and
         // the screen has settled. The test's own connection watches each
         // state come about and is closed again before the server goes.
         Display* display = XOpenDisplay(qPrintable(server.name()));
         QVERIFY(display);
-        QTRY_VERIFY_WITH_TIMEOUT(
-            X11Desktop::windowOfProcess(display, launcher.processId(), 1920) != 0, 20000);
+        QVERIFY(LauncherProcess::waitForBoard(display, launcher));
         QTRY_VERIFY_WITH_TIMEOUT(
             X11Desktop::hasWindow(display, launcher.processId(), QRect(80, 932, 370, 68)), 20000);
         QImage before = X11Desktop::grabSettled(display);
