@@ -14,6 +14,8 @@
 
 #include <X11/Xlib.h>
 
+#include <memory>
+
 namespace {
 
 // An Xvfb of the test's own, which the test may kill.
@@ -126,7 +128,9 @@ private slots:
         // The board is up once its window and the toolbar's are mapped and
         // the screen has settled. The test's own connection watches each
         // state come about and is closed again before the server goes.
-        Display* display = XOpenDisplay(qPrintable(server.name()));
+        std::unique_ptr<Display, int (*)(Display*)> connection(
+            XOpenDisplay(qPrintable(server.name())), XCloseDisplay);
+        Display* display = connection.get();
         QVERIFY(display);
         QVERIFY(LauncherProcess::waitForBoard(display, launcher));
         QTRY_VERIFY_WITH_TIMEOUT(
@@ -179,7 +183,7 @@ private slots:
             // The selection is drawn.
             QTRY_VERIFY_WITH_TIMEOUT(X11Desktop::grabScreen(display) != before, 20000);
         }
-        XCloseDisplay(display);
+        connection.reset();
         QCOMPARE(launcher.state(), QProcess::Running);
 
         server.kill(hard);
