@@ -1,6 +1,7 @@
 #include "shell/commandserver.h"
 
 #include "canvas/myminigraphicsview.h"
+#include "common/desktopsession.h"
 #include "common/logging.h"
 #include "shell/mainwindow.h"
 #include "toolbar/skedatool.h"
@@ -74,6 +75,11 @@ void CommandServer::serve(QLocalSocket* socket)
             return;
         }
         const QString command = QString::fromUtf8(line).trimmed();
+        if (command == QLatin1String("screenshot") && !DesktopSession::canCaptureScreen()) {
+            socket->write("error this session cannot capture the screen\n");
+            socket->flush();
+            continue;
+        }
         QPointer<QLocalSocket> alive(socket);
         const bool known = run(command);
         if (!alive)

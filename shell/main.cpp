@@ -1,6 +1,7 @@
 // The stand-alone board: the `skeda` launcher has no code of its own and runs
 // this main(), which libSkeda carries.
 
+#include "common/desktopsession.h"
 #include "shell/commandserver.h"
 #include "shell/mainwindow.h"
 
@@ -32,6 +33,37 @@ QByteArray requestedPlatform(int argc, char** argv)
     }
     const QByteArray fromEnv = qgetenv("QT_QPA_PLATFORM");
     return fromEnv.isEmpty() ? QByteArray("xcb") : fromEnv;
+}
+
+bool platformChosen(int argc, char** argv)
+{
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (std::strcmp(argv[i], "-platform") == 0)
+            return true;
+    }
+    return !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
+// The board is an X11 board. On a Wayland desktop Qt would pick its wayland
+// platform, where the board is an ordinary window; run it through XWayland
+// instead, and say what that leaves out. A platform chosen by the user is
+// kept.
+void chooseX11OnWayland(int argc, char** argv)
+{
+    if (!DesktopSession::isWayland())
+        return;
+    if (!platformChosen(argc, argv)) {
+        qputenv("QT_QPA_PLATFORM", "xcb");
+        std::fprintf(stderr,
+                     "skeda: this is a Wayland session; the board runs through XWayland, where "
+                     "select desktop passes clicks only to X programs and screenshots cannot be "
+                     "taken\n");
+    } else if (requestedPlatform(argc, argv).startsWith("wayland")) {
+        std::fprintf(stderr,
+                     "skeda: on the wayland platform the board is an ordinary window, without "
+                     "select desktop, staying on top or screenshots; leave QT_QPA_PLATFORM unset "
+                     "to run it through XWayland\n");
+    }
 }
 
 // Qt aborts with a core dump when the X display cannot be opened; say so in
@@ -242,6 +274,7 @@ int main(int argc, char** argv)
     }
 
     qputenv("QT_LOGGING_RULES", "*.debug=true ; qt.*.debug=false");
+    chooseX11OnWayland(argc, argv);
     if (!displayReachable(argc, argv))
         return 1;
 

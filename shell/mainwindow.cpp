@@ -3,6 +3,7 @@
 #include "canvas/myminigraphicsscene.h"
 #include "canvas/myminigraphicsview.h"
 #include "common/common.h"
+#include "common/desktopsession.h"
 #include "common/logging.h"
 #include "common/translation.h"
 #include "screenshot/screenshot.h"
@@ -138,6 +139,19 @@ void MainWindow::createTool(int deskHeight)
 
 void MainWindow::startScreenShot()
 {
+    if (!DesktopSession::canCaptureScreen()) {
+        // Said once; the command then does nothing, and the board stays as
+        // it is.
+        static bool said = false;
+        if (!said) {
+            said = true;
+            qCWarning(lcSkedaScreenshot,
+                      "MainWindow: this session cannot capture the screen (on a Wayland "
+                      "desktop, X programs get a black picture of it); the screenshot command "
+                      "does nothing here");
+        }
+        return;
+    }
     // A new overlay per command; it deletes itself when done or cancelled,
     // and dies with the board otherwise.
     auto* shot = new ScreenShot(&m_pixmap, this);

@@ -142,6 +142,40 @@ private slots:
         QCOMPARE(board.exitCode(), 0);
     }
 
+    // On a Wayland desktop the launcher runs the board through XWayland (an
+    // X window here) and says once what that leaves out; a screenshot is
+    // refused in one line and opens nothing.
+    void onAWaylandDesktopItRunsThroughXWayland()
+    {
+        QProcessEnvironment wayland;
+        wayland.insert(QStringLiteral("XDG_SESSION_TYPE"), QStringLiteral("wayland"));
+        wayland.insert(QStringLiteral("WAYLAND_DISPLAY"), QStringLiteral("skeda-test-none"));
+        QProcess board;
+        QVERIFY(LauncherProcess::start(board, QStringList(), QString(), wayland));
+        QVERIFY(LauncherProcess::waitForBoard(m_display, board));
+        QTRY_COMPARE(X11Desktop::windowsOfProcess(m_display, board.processId()).size(), 2);
+
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(wayland);
+        for (int i = 0; i < 2; ++i) {
+            const Outcome shot = run({QStringLiteral("--screenshot")}, env);
+            QCOMPARE(shot.status, 1);
+            QCOMPARE(shot.error,
+                     QByteArray("skeda: error this session cannot capture the screen\n"));
+        }
+        // Only the board and its toolbar: no overlay.
+        QCOMPARE(X11Desktop::windowsOfProcess(m_display, board.processId()).size(), 2);
+
+        QCOMPARE(run({QStringLiteral("--quit")}, env).status, 0);
+        QVERIFY(board.waitForFinished(10000));
+        QCOMPARE(board.exitCode(), 0);
+        const QByteArray err = board.readAllStandardError();
+        QCOMPARE(err.count("skeda: this is a Wayland session; the board runs through XWayland, "
+                           "where select desktop passes clicks only to X programs and "
+                           "screenshots cannot be taken\n"),
+                 1);
+    }
+
     void commandsWithoutABoard()
     {
         for (const char* command : {"--close", "--pen", "--undo", "--clear", "--quit"}) {

@@ -12,11 +12,14 @@
 namespace LauncherProcess {
 
 // Starts the launcher with these arguments on the X display `displayName`
-// (this process's DISPLAY when empty), on the platform it picks itself.
+// (this process's DISPLAY when empty), on the platform it picks itself, with
+// `extra` added to this process's environment.
 inline bool start(QProcess& launcher, const QStringList& arguments = QStringList(),
-                  const QString& displayName = QString())
+                  const QString& displayName = QString(),
+                  const QProcessEnvironment& extra = QProcessEnvironment())
 {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(extra);
     if (!displayName.isEmpty())
         env.insert(QStringLiteral("DISPLAY"), displayName);
     env.remove(QStringLiteral("QT_QPA_PLATFORM"));
