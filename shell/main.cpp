@@ -23,25 +23,23 @@
 
 namespace {
 
-// The platform the application will pick: "-platform NAME" on the command
-// line, else QT_QPA_PLATFORM, else Qt's default (xcb on this desktop).
-QByteArray requestedPlatform(int argc, char** argv)
+// The platform chosen on the command line ("-platform NAME") or in
+// QT_QPA_PLATFORM; empty when none is.
+QByteArray chosenPlatform(int argc, char** argv)
 {
     for (int i = 1; i + 1 < argc; ++i) {
         if (std::strcmp(argv[i], "-platform") == 0)
             return QByteArray(argv[i + 1]);
     }
-    const QByteArray fromEnv = qgetenv("QT_QPA_PLATFORM");
-    return fromEnv.isEmpty() ? QByteArray("xcb") : fromEnv;
+    return qgetenv("QT_QPA_PLATFORM");
 }
 
-bool platformChosen(int argc, char** argv)
+// The platform the application will pick: the chosen one, else Qt's
+// default (xcb on this desktop).
+QByteArray requestedPlatform(int argc, char** argv)
 {
-    for (int i = 1; i + 1 < argc; ++i) {
-        if (std::strcmp(argv[i], "-platform") == 0)
-            return true;
-    }
-    return !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+    const QByteArray chosen = chosenPlatform(argc, argv);
+    return chosen.isEmpty() ? QByteArray("xcb") : chosen;
 }
 
 // The board is an X11 board. On a Wayland desktop Qt would pick its wayland
@@ -52,13 +50,14 @@ void chooseX11OnWayland(int argc, char** argv)
 {
     if (!DesktopSession::isWayland())
         return;
-    if (!platformChosen(argc, argv)) {
+    const QByteArray chosen = chosenPlatform(argc, argv);
+    if (chosen.isEmpty()) {
         qputenv("QT_QPA_PLATFORM", "xcb");
         std::fprintf(stderr,
                      "skeda: this is a Wayland session; the board runs through XWayland, where "
                      "select desktop passes clicks only to X programs and screenshots cannot be "
                      "taken\n");
-    } else if (requestedPlatform(argc, argv).startsWith("wayland")) {
+    } else if (chosen.startsWith("wayland")) {
         std::fprintf(stderr,
                      "skeda: on the wayland platform the board is an ordinary window, without "
                      "select desktop, staying on top or screenshots; leave QT_QPA_PLATFORM unset "
