@@ -128,6 +128,8 @@ Elements plain100x50()
 
 } // namespace
 
+Q_DECLARE_METATYPE(Elements)
+
 class TestCommonUITool : public QObject
 {
     Q_OBJECT
@@ -156,9 +158,8 @@ private slots:
     void perCornerHugeRadii();
     void perCornerAppendsToExistingPath();
 
-    void cubicEqualRadiiAboveFiveAreInset();
-    void cubicUnequalRadiiAreNotInset();
-    void cubicSmallRadiiAreNotInset();
+    void cubicCorners_data();
+    void cubicCorners();
     void cubicRadiusFiveIsNotInset();
     void cubicFractionalRectangle();
     void cubicZeroRadiiDropEmptyCorners();
@@ -453,10 +454,14 @@ void TestCommonUITool::perCornerAppendsToExistingPath()
     VERIFY_ELEMENTS(path, plain100x50() + plain100x50());
 }
 
-void TestCommonUITool::cubicEqualRadiiAboveFiveAreInset()
+// The rounded rectangle (0, 0, 100, 50): its corner cubics, inset by e on
+// every side when all four radii are equal and above 5.
+void TestCommonUITool::cubicCorners_data()
 {
+    QTest::addColumn<QVector<double>>("radii");
+    QTest::addColumn<Elements>("expected");
+
     // Radii 8: k = 1.5 * 8 / 12 = 1.0 on every corner, so e = 1.0.
-    const QPainterPath path = CommonUITool::getRoundRectPath(QRectF(0, 0, 100, 50), 8, 8, 8, 8);
     Elements e;
     e << M(1, 8);
     C(e, 1, 8, 0, 0, 8, 1);
@@ -467,15 +472,11 @@ void TestCommonUITool::cubicEqualRadiiAboveFiveAreInset()
     e << L(8, 49);
     C(e, 8, 49, 0, 50, 1, 42);
     e << L(1, 8);
-    VERIFY_ELEMENTS(path, e);
-}
+    QTest::newRow("equal radii above 5 are inset") << QVector<double>{8, 8, 8, 8} << e;
 
-void TestCommonUITool::cubicUnequalRadiiAreNotInset()
-{
     // (8, 8, 8, 6): k(6) = 0.75 differs from k(8) = 1.0, so e = 0.
     // Order: a top-left 8, b top-right 8, c bottom-right 8, d bottom-left 6.
-    const QPainterPath path = CommonUITool::getRoundRectPath(QRectF(0, 0, 100, 50), 8, 8, 8, 6);
-    Elements e;
+    e.clear();
     e << M(0, 8);
     C(e, 0, 8, 0, 0, 8, 0);
     e << L(92, 0);
@@ -485,14 +486,10 @@ void TestCommonUITool::cubicUnequalRadiiAreNotInset()
     e << L(6, 50);
     C(e, 6, 50, 0, 50, 0, 44);
     e << L(0, 8);
-    VERIFY_ELEMENTS(path, e);
-}
+    QTest::newRow("unequal radii are not inset") << QVector<double>{8, 8, 8, 6} << e;
 
-void TestCommonUITool::cubicSmallRadiiAreNotInset()
-{
     // (4, 4, 4, 4): 4 is not above 5, k = 0 everywhere, e = 0.
-    const QPainterPath path = CommonUITool::getRoundRectPath(QRectF(0, 0, 100, 50), 4, 4, 4, 4);
-    Elements e;
+    e.clear();
     e << M(0, 4);
     C(e, 0, 4, 0, 0, 4, 0);
     e << L(96, 0);
@@ -502,7 +499,16 @@ void TestCommonUITool::cubicSmallRadiiAreNotInset()
     e << L(4, 50);
     C(e, 4, 50, 0, 50, 0, 46);
     e << L(0, 4);
-    VERIFY_ELEMENTS(path, e);
+    QTest::newRow("small radii are not inset") << QVector<double>{4, 4, 4, 4} << e;
+}
+
+void TestCommonUITool::cubicCorners()
+{
+    QFETCH(QVector<double>, radii);
+    QFETCH(Elements, expected);
+    const QPainterPath path = CommonUITool::getRoundRectPath(QRectF(0, 0, 100, 50), radii.at(0),
+                                                             radii.at(1), radii.at(2), radii.at(3));
+    VERIFY_ELEMENTS(path, expected);
 }
 
 void TestCommonUITool::cubicRadiusFiveIsNotInset()
