@@ -151,9 +151,12 @@ private slots:
         QVERIFY(X11Desktop::click(pen));
         QTRY_COMPARE(penChosen.count(), 1);
         QCOMPARE(X11Desktop::inputShape(QX11Info::display(), m_board->winId()), kWholeBoard);
+        // The drag draws on the board (a busy machine may merge its moves
+        // into fewer items) and nothing of it reaches the window below.
         QVERIFY(X11Desktop::drag({{900, 600}, {950, 600}, {1000, 600}, {1050, 600}}));
-        QTRY_VERIFY(m_board->scene()->items().size() > 1);
-        QCOMPARE(m_desktop->presses.size(), 1);
+        QTRY_VERIFY(!m_board->scene()->items().isEmpty());
+        QVERIFY(X11Desktop::syncEvents());
+        QCOMPARE(m_desktop->presses, QVector<QPoint>{QPoint(1000, 500)});
     }
 
     // The screenshot button, a dragged rectangle moved past the left edge,
