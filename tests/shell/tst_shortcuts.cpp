@@ -149,7 +149,7 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(overlay));
         // Enter without a selection confirms nothing.
         QVERIFY(press(overlay, "Return"));
-        QCoreApplication::processEvents();
+        QVERIFY(X11Desktop::syncEvents());
         QCOMPARE(shot.count(), 0);
         QVERIFY(X11Desktop::drag({QPoint(300, 200), QPoint(400, 280), QPoint(500, 360)}));
         QVERIFY(press(overlay, "Return"));
