@@ -37,7 +37,7 @@ public:
                          displayFile});
         if (!m_process.waitForStarted())
             return false;
-        QTest::qWaitFor(
+        const bool decided = QTest::qWaitFor(
             [&] {
                 QFile file(displayFile);
                 if (file.open(QIODevice::ReadOnly)) {
@@ -48,7 +48,7 @@ public:
                 return !m_name.isEmpty() || m_process.state() == QProcess::NotRunning;
             },
             10000);
-        return !m_name.isEmpty();
+        return decided && !m_name.isEmpty();
     }
 
     QString name() const { return m_name; }

@@ -34,12 +34,12 @@ inline bool start(QProcess& launcher, const QStringList& arguments = QStringList
 inline unsigned long waitForBoard(Display* display, const QProcess& launcher)
 {
     unsigned long board = 0;
-    QTest::qWaitFor(
+    const bool mapped = QTest::qWaitFor(
         [&] {
             return (board = X11Desktop::windowOfProcess(display, launcher.processId(), 1920)) != 0;
         },
         20000);
-    return board;
+    return mapped ? board : 0;
 }
 
 } // namespace LauncherProcess
