@@ -758,11 +758,18 @@ void InkLayer::redraw(Band& band, const QRegion& sceneRegion)
               [](MiniPathItem* a, MiniPathItem* b) { return above(b, a->zValue(), a->m_inkSeq); });
     // Only the part of each item near the redrawn area is drawn: a long
     // stroke crossing a small area costs a few segments, not all of them.
-    const QRectF area = m_toDevice.inverted().mapRect(QRectF(device.boundingRect()));
+    // The areas are tested one by one: the region of an eraser step is a
+    // few dozen small rectangles spread over a box several times their area.
+    const QTransform toScene = m_toDevice.inverted();
+    const QRectF bounds = toScene.mapRect(QRectF(device.boundingRect()));
+    QVector<QRectF> areas;
+    areas.reserve(device.rectCount());
+    for (const QRect& rect : device)
+        areas.append(toScene.mapRect(QRectF(rect)));
     for (MiniPathItem* item : qAsConst(items)) {
         painter.setWorldTransform(m_toDevice);
         if (item->sceneTransform().isIdentity() && item->effectiveOpacity() >= 1.0)
-            item->paintInkWithin(&painter, area);
+            item->paintInkWithin(&painter, bounds, areas);
         else
             paintItem(item, &painter);
     }

@@ -4,6 +4,8 @@
 #include "canvas/inklayer.h"
 #include "canvas/myminigraphicsscene.h"
 
+#include <algorithm>
+
 #include <QPainter>
 #include <QPainterPathStroker>
 
@@ -120,7 +122,8 @@ void MiniPathItem::paintInk(QPainter* painter) const
         painter->drawPath(path);
 }
 
-void MiniPathItem::paintInkWithin(QPainter* painter, const QRectF& area) const
+void MiniPathItem::paintInkWithin(QPainter* painter, const QRectF& bounds,
+                                  const QVector<QRectF>& areas) const
 {
     const int count = m_path.elementCount();
     if (m_singlePnt || count < 3) {
@@ -130,7 +133,10 @@ void MiniPathItem::paintInkWithin(QPainter* painter, const QRectF& area) const
     // Half the pen's width, and a pixel of antialiasing, around a segment
     // hold all that it draws.
     const qreal reach = qMax(qreal(1), m_pen.widthF()) / 2 + 2;
-    const QRectF near = area.adjusted(-reach, -reach, reach, reach);
+    auto meets = [reach](const QRectF& box, const QRectF& area) {
+        return box.right() + reach >= area.left() && box.left() - reach <= area.right() &&
+               box.bottom() + reach >= area.top() && box.top() - reach <= area.bottom();
+    };
     QPainterPath part;
     bool open = false;
     QPointF last(m_path.elementAt(0));
@@ -147,8 +153,11 @@ void MiniPathItem::paintInkWithin(QPainter* painter, const QRectF& area) const
         }
         const QPointF p(e);
         const QRectF box = QRectF(last, p).normalized();
-        if (box.right() >= near.left() && box.left() <= near.right() &&
-            box.bottom() >= near.top() && box.top() <= near.bottom()) {
+        bool near = meets(box, bounds);
+        if (near && areas.size() > 1)
+            near = std::any_of(areas.cbegin(), areas.cend(),
+                               [&](const QRectF& area) { return meets(box, area); });
+        if (near) {
             if (!open)
                 part.moveTo(last);
             part.lineTo(p);

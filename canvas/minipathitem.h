@@ -50,11 +50,12 @@ public:
     // Draws the ink as paint() does, from a private copy of the path, so that
     // the item's own path keeps no drawing cache (a few kilobytes per path).
     void paintInk(QPainter* painter) const;
-    // The same, for the pixels within `area` (item coordinates) only: the
-    // segments that cannot reach it are left out, which gives the same
-    // pixels there for much less work when a small area of a long stroke is
-    // drawn again.
-    void paintInkWithin(QPainter* painter, const QRectF& area) const;
+    // The same, for the pixels within `areas` (item coordinates) only: the
+    // segments that cannot reach any of them are left out, which gives the
+    // same pixels there for much less work when small areas of a long stroke
+    // are drawn again. `bounds` holds all of the areas.
+    void paintInkWithin(QPainter* painter, const QRectF& bounds,
+                        const QVector<QRectF>& areas) const;
 
 protected:
     QVariant itemChange(GraphicsItemChange change, const QVariant& value) override;

@@ -186,6 +186,51 @@ private slots:
         }
     }
 
+    // Drawing within areas gives the pixels of the whole stroke there, and
+    // leaves out the segments that reach none of them.
+    void paintWithinAreasDrawsOnlyNearThem()
+    {
+        MiniPathItem item;
+        item.setPen(QPen(Qt::black, 8));
+        QPainterPath line;
+        line.moveTo(10, 100);
+        for (int x = 20; x <= 190; x += 10)
+            line.lineTo(x, x % 20 == 0 ? 96 : 104);
+        item.setPath(line);
+        const QVector<QRectF> areas{QRectF(20, 80, 20, 40), QRectF(150, 80, 20, 40)};
+        const QRectF bounds = areas.first().united(areas.last());
+        QRegion clip;
+        for (const QRectF& area : areas)
+            clip += area.toAlignedRect();
+
+        auto paint = [&](bool within, bool clipped) {
+            QImage image(200, 200, QImage::Format_ARGB32_Premultiplied);
+            image.fill(Qt::transparent);
+            QPainter painter(&image);
+            painter.setRenderHint(QPainter::Antialiasing);
+            if (clipped)
+                painter.setClipRegion(clip);
+            if (within)
+                item.paintInkWithin(&painter, bounds, areas);
+            else
+                item.paintInk(&painter);
+            return image;
+        };
+        const QImage whole = paint(false, true);
+        QCOMPARE(paint(true, true), whole);
+        QCOMPARE(qAlpha(whole.pixel(30, 100)), 255);
+        QCOMPARE(qAlpha(whole.pixel(160, 100)), 255);
+
+        // Segments from x = 50 to x = 140 lie farther than half the pen and
+        // a pixel from both areas; the box around both holds them.
+        const QImage free = paint(true, false);
+        QCOMPARE(qAlpha(free.pixel(30, 100)), 255);
+        QCOMPARE(qAlpha(free.pixel(160, 100)), 255);
+        for (int x = 54; x <= 136; x += 2)
+            QCOMPARE(qAlpha(free.pixel(x, 100)), 0);
+        QCOMPARE(qAlpha(paint(false, false).pixel(100, 100)), 255);
+    }
+
     void inAScene()
     {
         QGraphicsScene scene;
