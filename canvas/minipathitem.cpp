@@ -45,6 +45,41 @@ void MiniPathItem::setPath(QPainterPath path)
     inkChanged();
 }
 
+void MiniPathItem::squeezePath()
+{
+    const int count = m_path.elementCount();
+    if (count == 0 || m_path.capacity() <= count)
+        return;
+    // Element by element: copying or appending a whole path would share its
+    // storage instead.
+    QPainterPath exact(QPointF(m_path.elementAt(0)));
+    exact.reserve(count);
+    exact.setFillRule(m_path.fillRule());
+    for (int i = 1; i < count; ++i) {
+        const QPainterPath::Element e = m_path.elementAt(i);
+        switch (e.type) {
+        case QPainterPath::MoveToElement:
+            exact.moveTo(e);
+            break;
+        case QPainterPath::LineToElement:
+            exact.lineTo(e);
+            break;
+        case QPainterPath::CurveToElement:
+            if (i + 2 >= count)
+                return;
+            exact.cubicTo(e, m_path.elementAt(i + 1), m_path.elementAt(i + 2));
+            i += 2;
+            break;
+        case QPainterPath::CurveToDataElement:
+            return;
+        }
+    }
+    // A path that repeats a point or holds a curve of one point cannot be
+    // rebuilt element for element; it stays as it is.
+    if (exact.elementCount() == count)
+        m_path = exact;
+}
+
 QPen MiniPathItem::pen() const
 {
     return m_pen;

@@ -31,6 +31,10 @@ public:
     // it is drawn and the scene keeps no index, so no geometry change is
     // announced first.
     void setPath(QPainterPath path);
+    // Keeps the same path in storage that holds exactly its elements. A path
+    // built point by point keeps room for more (at least 16 elements, 24
+    // bytes each), which a finished stroke no longer needs.
+    void squeezePath();
 
     QPen pen() const;
     // Takes the pen with round cap and round join, whatever it had.

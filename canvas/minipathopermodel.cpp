@@ -73,6 +73,24 @@ MiniPathOpermodel::MiniPathOpermodel()
 // The items belong to the scene; only the bookkeeping goes.
 MiniPathOpermodel::~MiniPathOpermodel() = default;
 
+QPen MiniPathOpermodel::penOfWidth(int width)
+{
+    const QPen& current = UIManager::getInstance()->pen();
+    if (current != m_penBase) {
+        m_penBase = current;
+        m_pensByWidth.clear();
+    }
+    const auto found = m_pensByWidth.constFind(width);
+    if (found != m_pensByWidth.constEnd())
+        return *found;
+    QPen pen = current;
+    pen.setWidth(width);
+    pen.setCapStyle(Qt::RoundCap);
+    pen.setJoinStyle(Qt::RoundJoin);
+    m_pensByWidth.insert(width, pen);
+    return pen;
+}
+
 QPointF MiniPathOpermodel::toScene(const QPoint& viewportPos) const
 {
     return m_view ? m_view->mapToScene(viewportPos) : QPointF(viewportPos);
@@ -202,6 +220,8 @@ void MiniPathOpermodel::finishStroke(int id, bool record)
     const QList<MiniPathItem*> tail = m_itemMap.value(id);
     for (MiniPathItem* item : tail)
         ink->setWet(item, false);
+    for (MiniPathItem* item : m_strokeItems.value(id))
+        item->squeezePath();
     if (record)
         recordStroke(id);
 }
@@ -491,8 +511,7 @@ MiniPathItem* MiniPathOpermodel::addPathToScene(int id, int width, const QPainte
 {
     auto* item = new MiniPathItem();
     m_scene->addItem(item);
-    item->setPen(UIManager::getInstance()->pen());
-    item->setPenWidth(width);
+    item->setPen(penOfWidth(width));
     item->setPath(path);
     item->setZValue(qreal(m_scene->getNewZValue()));
     // Painted over the finished ink until its stroke is finished.

@@ -2,9 +2,11 @@
 
 #include "canvas/baseoperation.h"
 
+#include <QHash>
 #include <QList>
 #include <QMap>
 #include <QPainterPath>
+#include <QPen>
 #include <QPointF>
 
 class MiniPathItem;
@@ -80,6 +82,9 @@ private:
     // with `record`, become one step of the board's history.
     void finishStroke(int id, bool record = true);
     MiniPathItem* addPathToScene(int id, int width, const QPainterPath& path);
+    // The current pen at this width, one pen shared by every item drawn at
+    // it: an item's own copy of a pen costs about 80 bytes of heap.
+    QPen penOfWidth(int width);
     QPointF toScene(const QPoint& viewportPos) const;
 
     int m_penWidth = 0;
@@ -91,4 +96,6 @@ private:
     // they entered it; the step it becomes when the stroke is finished.
     QMap<int, QList<MiniPathItem*>> m_strokeItems;
     bool m_isTouch = false;
+    QPen m_penBase;
+    QHash<int, QPen> m_pensByWidth;
 };

@@ -474,6 +474,7 @@ QList<MiniPathItem*> MiniEraseOperModel::applyPieces(MiniPathItem* item,
     QPainterPath firstPath;
     firstPath.addPolygon(pieces.first());
     item->setPath(firstPath);
+    item->squeezePath();
 
     const QPen pen = item->pen();
     // Deliberately the integer part, the same for every new piece; the pieces
@@ -495,6 +496,7 @@ QList<MiniPathItem*> MiniEraseOperModel::applyPieces(MiniPathItem* item,
         auto* pieceItem = new MiniPathItem();
         pieceItem->setPen(pen);
         pieceItem->setPath(piecePath);
+        pieceItem->squeezePath();
         pieceItem->setZValue(z);
         scene->addItem(pieceItem);
         added.append(pieceItem);

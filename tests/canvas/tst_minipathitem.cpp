@@ -231,6 +231,43 @@ private slots:
         QCOMPARE(qAlpha(paint(false, false).pixel(100, 100)), 255);
     }
 
+    // A finished path keeps exactly its elements, and is the same path.
+    void squeezedPathIsTheSamePath()
+    {
+        MiniPathItem item;
+        QPainterPath path;
+        path.moveTo(1, 2);
+        path.lineTo(3, 4);
+        path.moveTo(5, 6);
+        path.lineTo(7, 8);
+        path.cubicTo(9, 10, 11, 12, 13, 14);
+        path.setFillRule(Qt::WindingFill);
+        QCOMPARE(path.elementCount(), 7);
+        QCOMPARE(path.capacity(), 16);
+        item.setPath(path);
+        item.squeezePath();
+        QCOMPARE(item.path().capacity(), 7);
+        QCOMPARE(item.path().elementCount(), 7);
+        for (int i = 0; i < 7; ++i) {
+            QCOMPARE(item.path().elementAt(i).type, path.elementAt(i).type);
+            QCOMPARE(QPointF(item.path().elementAt(i)), QPointF(path.elementAt(i)));
+        }
+        QCOMPARE(item.path().fillRule(), Qt::WindingFill);
+
+        // A point repeated (which lineTo() would drop) cannot be rebuilt:
+        // the path stays as it was.
+        QPainterPath repeated;
+        repeated.moveTo(0, 0);
+        repeated.lineTo(10, 0);
+        repeated.lineTo(20, 0);
+        repeated.setElementPositionAt(2, 10, 0);
+        item.setPath(repeated);
+        item.squeezePath();
+        QCOMPARE(item.path().elementCount(), 3);
+        QCOMPARE(item.path().capacity(), 16);
+        QCOMPARE(QPointF(item.path().elementAt(2)), QPointF(10, 0));
+    }
+
     void inAScene()
     {
         QGraphicsScene scene;

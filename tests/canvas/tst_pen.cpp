@@ -252,8 +252,13 @@ private slots:
             paths.append(item->path());
         QTest::mouseRelease(viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(400, 400));
         QCOMPARE(strokeItems(m_window->scene()), before);
-        for (int i = 0; i < before.size(); ++i)
+        for (int i = 0; i < before.size(); ++i) {
             QCOMPARE(before.at(i)->path(), paths.at(i));
+            // The finished stroke keeps no room for points it will not get.
+            QCOMPARE(before.at(i)->path().capacity(), paths.at(i).elementCount());
+            QCOMPARE(before.at(i)->pen().capStyle(), Qt::RoundCap);
+            QCOMPARE(before.at(i)->pen().joinStyle(), Qt::RoundJoin);
+        }
         QVERIFY(!m_pen->m_isPress);
         // Moves after the release draw nothing.
         QTest::mouseMove(viewport(), QPoint(500, 500));
