@@ -19,6 +19,10 @@ packages=(
   libxrandr-dev
   # libFuzzer: clang and its runtime
   clang libclang-rt-14-dev
+  # a headless Wayland desktop for the Wayland tests: sway with XWayland,
+  # grim for its pictures, and what the tests' virtual pointer client is
+  # built with
+  sway xwayland grim libwayland-dev libwayland-bin pkg-config
   # the launcher's 128x128 icon, rendered from its SVG at build time
   librsvg2-bin
 )
