@@ -23,6 +23,9 @@ packages=(
   # grim for its pictures, and what the tests' virtual pointer client is
   # built with
   sway xwayland grim libwayland-dev libwayland-bin pkg-config
+  # the native Wayland board: LayerShellQt, its shell integration and Qt's
+  # wayland platform
+  liblayershellqtinterface-dev layer-shell-qt qtwayland5
   # the launcher's 128x128 icon, rendered from its SVG at build time
   librsvg2-bin
 )

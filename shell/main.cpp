@@ -4,6 +4,7 @@
 #include "common/desktopsession.h"
 #include "shell/commandserver.h"
 #include "shell/mainwindow.h"
+#include "shell/waylandboard.h"
 
 #include <QApplication>
 #include <QByteArray>
@@ -42,16 +43,21 @@ QByteArray requestedPlatform(int argc, char** argv)
     return chosen.isEmpty() ? QByteArray("xcb") : chosen;
 }
 
-// The board is an X11 board. On a Wayland desktop Qt would pick its wayland
-// platform, where the board is an ordinary window; run it through XWayland
-// instead, and say what that leaves out. A platform chosen by the user is
-// kept.
-void chooseX11OnWayland(int argc, char** argv)
+// On a Wayland desktop whose compositor offers the layer shell the board runs
+// natively, as layer surfaces (SKEDA_WAYLAND_BOARD=xwayland asks for XWayland
+// instead). Elsewhere Qt would pick its wayland platform, where the board is
+// an ordinary window: it runs through XWayland, and says what that leaves
+// out. A platform chosen by the user is kept.
+void choosePlatform(int argc, char** argv)
 {
     if (!DesktopSession::isWayland())
         return;
     const QByteArray chosen = chosenPlatform(argc, argv);
     if (chosen.isEmpty()) {
+        if (qgetenv("SKEDA_WAYLAND_BOARD") != "xwayland" && WaylandBoard::canRunNatively()) {
+            WaylandBoard::use();
+            return;
+        }
         qputenv("QT_QPA_PLATFORM", "xcb");
         std::fprintf(stderr,
                      "skeda: this is a Wayland session; the board runs through XWayland, where "
@@ -273,7 +279,7 @@ int main(int argc, char** argv)
     }
 
     qputenv("QT_LOGGING_RULES", "*.debug=true ; qt.*.debug=false");
-    chooseX11OnWayland(argc, argv);
+    choosePlatform(argc, argv);
     if (!displayReachable(argc, argv))
         return 1;
 
@@ -286,6 +292,7 @@ int main(int argc, char** argv)
         s_connection = QX11Info::connection();
         std::atexit(endIfDisplayLost);
     }
+    WaylandBoard::install(&app);
     MainWindow window(nullptr);
     window.initUI();
     auto* commandServer = new CommandServer(&window);

@@ -1,5 +1,7 @@
 #include "shell/mainwindow.h"
 
+#include "shell/waylandboard.h"
+
 #include "canvas/myminigraphicsscene.h"
 #include "canvas/myminigraphicsview.h"
 #include "common/common.h"
@@ -199,6 +201,12 @@ void MainWindow::selectDesktop(bool on)
 {
     if (on)
         qCDebug(lcSkedaShell) << "qx====";
+    if (WaylandBoard::isActive()) {
+        WaylandBoard::passInputThrough(this, on);
+        if (!on)
+            update();
+        return;
+    }
     if (!canShapeInput()) {
         // Without X11 input shapes the window as a whole is made transparent
         // for input, which Qt does on the platforms that support it.

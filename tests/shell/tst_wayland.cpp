@@ -2,6 +2,8 @@
 #include "tests/support/launcherprocess.h"
 #include "tests/support/virtualpointer.h"
 
+#include "common/common.h"
+
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QRect>
@@ -36,6 +38,28 @@ QVector<QRect> xwaylandWindowsOf(const QJsonValue& node, qint64 pid)
             found += xwaylandWindowsOf(child, pid);
     }
     return found;
+}
+
+// Where the tests park the pointer, whose picture the headless output shows:
+// its last pixel (the arrow's outline reaches three pixels into the output).
+QPoint parked(const QSize& output)
+{
+    return QPoint(output.width() - 1, output.height() - 1);
+}
+
+// The box of what differs from the desktop's colour in the picture, but for
+// the parked pointer.
+QRect drawnArea(const QImage& image)
+{
+    const QRect pointer(parked(image.size()) - QPoint(3, 3), QSize(4, 4));
+    QRect box;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (!pointer.contains(x, y) && image.pixelColor(x, y) != HeadlessSway::background())
+                box |= QRect(x, y, 1, 1);
+        }
+    }
+    return box;
 }
 
 bool inkNear(const QImage& image, const QPoint& centre)
@@ -77,9 +101,12 @@ PointerState xPointer(Display* display)
 
 } // namespace
 
-// The launcher on a real Wayland desktop (sway, headless) that has no board
-// of its own for it: the board runs through XWayland, covers the output,
-// shows the desktop through, and draws under the compositor's pointer.
+// The launcher on a real Wayland desktop (sway, headless). Where the
+// compositor offers the layer shell the board is native: it covers the
+// output, shows the desktop through, draws under the compositor's pointer,
+// keeps its toolbar above it and, in desktop mode, lets clicks through to a
+// native window below. Asked to, or where it cannot be native, it runs
+// through XWayland and says so.
 class TestWayland : public QObject
 {
     Q_OBJECT
@@ -91,24 +118,127 @@ private slots:
                  "sway, swaymsg, grim, xhost and setpriv are needed (scripts/install-deps.sh)");
         QString error;
         QVERIFY2(m_sway.start(&error), qPrintable(error));
-        QVERIFY(LauncherProcess::start(m_board, QStringList(), QString(), m_sway.environment()));
+        // The pointer exists before any board: a client binds its pointer
+        // when the seat announces one, and input sent before that is lost.
+        QVERIFY(m_pointer.start(m_sway.environment(), m_sway.size()));
+        m_pointer.move(parked(m_sway.size()));
+        QVERIFY(m_pointer.sync());
+    }
+
+    void cleanup()
+    {
+        if (m_counter.state() != QProcess::NotRunning) {
+            m_counter.kill();
+            m_counter.waitForFinished();
+        }
     }
 
     void cleanupTestCase()
     {
+        quitBoard();
         m_pointer.finish();
-        if (m_board.state() != QProcess::NotRunning) {
-            QProcess quit;
-            quit.setProcessEnvironment(m_sway.environment());
-            quit.start(QStringLiteral(SKEDA_LAUNCHER_FILE), {QStringLiteral("--quit")});
-            quit.waitForFinished(10000);
-            if (!m_board.waitForFinished(10000))
-                m_board.kill();
-        }
     }
+
+    // --- The native board -------------------------------------------------
+
+    void theNativeBoardCoversTheOutput()
+    {
+        QVERIFY(startBoard(QProcessEnvironment()));
+        // Layer surfaces, not windows of XWayland.
+        QCOMPARE(xwaylandWindowsOf(m_sway.tree().object(), m_board.processId()).size(), 0);
+
+        // The desktop's colour wherever nothing is drawn; the toolbar where
+        // the board places it, at the output's lower left.
+        QImage picture;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            !(picture = m_sway.grab()).isNull() && !drawnArea(picture).isEmpty(), 20000);
+        Common::getInstance()->InitSize(m_sway.size());
+        const int margin = Common::getInstance()->getNewSize(80);
+        const QRect toolbar = drawnArea(picture);
+        QVERIFY2(qAbs(toolbar.left() - margin) <= 4, qPrintable(QString::number(toolbar.left())));
+        QVERIFY2(qAbs(toolbar.bottom() - (m_sway.size().height() - margin - 1)) <= 4,
+                 qPrintable(QString::number(toolbar.bottom())));
+        QVERIFY(toolbar.width() < m_sway.size().width() / 2);
+        QCOMPARE(picture.pixelColor(5, 5), HeadlessSway::background());
+        QCOMPARE(picture.pixelColor(m_sway.size().width() - 5, 5), HeadlessSway::background());
+        m_toolbar = toolbar;
+        // No warning: nothing is left out.
+        QCOMPARE(m_board.readAllStandardError().count("XWayland"), 0);
+    }
+
+    void aDragDrawsOnTheNativeBoard()
+    {
+        QVERIFY(m_board.state() == QProcess::Running);
+        const QPoint from(200, 200);
+        const QPoint to(500, 300);
+        const QPoint along(260, 220);
+        QVERIFY(!inkNear(m_sway.grab(), along));
+        QVERIFY(dragInSteps(from, to));
+        QTRY_VERIFY_WITH_TIMEOUT(inkNear(m_sway.grab(), along), 10000);
+        QCOMPARE(m_sway.grab().pixelColor(along + QPoint(0, 60)), HeadlessSway::background());
+    }
+
+    // Select desktop (the toolbar's second button) empties the board's input
+    // region: a click reaches the native window below, the drawing stays;
+    // the pen (third button) takes input back.
+    void desktopModePassesClicksToANativeWindow()
+    {
+        QVERIFY(m_board.state() == QProcess::Running);
+        QVERIFY(!m_toolbar.isEmpty());
+        m_counter.setProcessEnvironment(m_sway.environment());
+        m_counter.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_counter.start(QStringLiteral(SKEDA_CLICK_COUNTER_FILE), QStringList());
+        QVERIFY(m_counter.waitForStarted());
+        QByteArray out;
+        QTRY_VERIFY_WITH_TIMEOUT((out += m_counter.readAllStandardOutput()).contains("ready\n"),
+                                 20000);
+        // Tiled under the board; its colour shows through.
+        QTRY_VERIFY_WITH_TIMEOUT(m_sway.grab().pixelColor(900, 500) == QColor(0x20, 0x90, 0x40),
+                                 10000);
+
+        const QPoint free(900, 500);
+        QVERIFY(click(free)); // the pen: the board takes it
+        QVERIFY(click(toolbarButton(1)));
+        // The board's new input region counts from its next frame: the
+        // pointer is moved about until the window below has it.
+        QVERIFY(pointerReaches(&out, "enter\n", free));
+        QVERIFY(click(free));
+        QTRY_VERIFY_WITH_TIMEOUT((out += m_counter.readAllStandardOutput()).contains("click "),
+                                 10000);
+        QCOMPARE(out.count("click "), 1);
+        // The stroke drawn before is still in the picture.
+        QVERIFY(inkNear(m_sway.grab(), QPoint(260, 220)));
+
+        QVERIFY(click(toolbarButton(2)));
+        const QPoint dot = free + QPoint(40, 0);
+        QVERIFY(pointerReaches(&out, "leave\n", dot));
+        QVERIFY(click(dot));
+        // The pointer's picture would hide the dot.
+        m_pointer.move(parked(m_sway.size()));
+        QVERIFY(m_pointer.sync());
+        // The board has the click again: a dot where it fell, and no click
+        // for the window below.
+        QTRY_VERIFY_WITH_TIMEOUT(inkNear(m_sway.grab(), dot), 10000);
+        out += m_counter.readAllStandardOutput();
+        QCOMPARE(out.count("click "), 1);
+    }
+
+    void aScreenshotIsRefusedOnTheNativeBoard()
+    {
+        QVERIFY(m_board.state() == QProcess::Running);
+        QCOMPARE(runCommand(QStringLiteral("--screenshot")), 1);
+        QCOMPARE(m_lastError, QByteArray("skeda: error this session cannot capture the screen\n"));
+        QCOMPARE(m_board.state(), QProcess::Running);
+        quitBoard();
+    }
+
+    // --- Through XWayland -------------------------------------------------
 
     void theBoardCoversTheOutputThroughXWayland()
     {
+        QProcessEnvironment xwayland;
+        xwayland.insert(QStringLiteral("SKEDA_WAYLAND_BOARD"), QStringLiteral("xwayland"));
+        QVERIFY(startBoard(xwayland));
         const QRect output(QPoint(0, 0), m_sway.size());
         QVector<QRect> windows;
         QTRY_VERIFY_WITH_TIMEOUT(
@@ -139,13 +269,13 @@ private slots:
 
     // A drag of the compositor's own pointer reaches the board and leaves a
     // stroke in the pen's colour along its way.
-    void aDragDrawsAStroke()
+    void aDragDrawsThroughXWayland()
     {
+        QVERIFY(m_board.state() == QProcess::Running);
         const QPoint from(200, 200);
         const QPoint to(500, 300);
         const QPoint along(260, 220); // on the way from `from` to `to`
         QVERIFY(!inkNear(m_sway.grab(), along));
-        QVERIFY(m_pointer.start(m_sway.environment(), m_sway.size()));
         // Each step is let through XWayland before the next: the board must
         // have the pointer before the press, or the press goes to nobody,
         // and moves that arrive together are merged into one.
@@ -178,25 +308,121 @@ private slots:
 
     // XWayland hands out black pictures of the screen: the launcher's
     // screenshot command is refused in one line, and the board goes on.
-    void aScreenshotIsRefused()
+    void aScreenshotIsRefusedThroughXWayland()
     {
         for (int i = 0; i < 2; ++i) {
-            QProcess shot;
-            shot.setProcessEnvironment(m_sway.environment());
-            shot.start(QStringLiteral(SKEDA_LAUNCHER_FILE), {QStringLiteral("--screenshot")});
-            QVERIFY(shot.waitForFinished(20000));
-            QCOMPARE(shot.exitCode(), 1);
-            QCOMPARE(shot.readAllStandardError(),
+            QCOMPARE(runCommand(QStringLiteral("--screenshot")), 1);
+            QCOMPARE(m_lastError,
                      QByteArray("skeda: error this session cannot capture the screen\n"));
         }
         QCOMPARE(xwaylandWindowsOf(m_sway.tree().object(), m_board.processId()).size(), 2);
         QCOMPARE(m_board.state(), QProcess::Running);
+        quitBoard();
     }
 
 private:
+    bool startBoard(const QProcessEnvironment& extra)
+    {
+        QProcessEnvironment env = m_sway.environment();
+        env.insert(extra);
+        if (!LauncherProcess::start(m_board, QStringList(), QString(), env))
+            return false;
+        m_boardEnv = env;
+        // Ready once it answers commands; --pen, unlike --show, starts no
+        // board of its own while none answers.
+        return QTest::qWaitFor([&] { return runCommand(QStringLiteral("--pen")) == 0; }, 20000);
+    }
+
+    // The launcher with one command, to the running board; its exit status.
+    int runCommand(const QString& command)
+    {
+        QProcess process;
+        process.setProcessEnvironment(m_boardEnv);
+        process.start(QStringLiteral(SKEDA_LAUNCHER_FILE), {command});
+        if (!process.waitForFinished(20000))
+            return -1;
+        m_lastError = process.readAllStandardError();
+        return process.exitCode();
+    }
+
+    void quitBoard()
+    {
+        if (m_board.state() == QProcess::NotRunning)
+            return;
+        runCommand(QStringLiteral("--quit"));
+        if (!m_board.waitForFinished(10000)) {
+            m_board.kill();
+            m_board.waitForFinished();
+        }
+    }
+
+    // The centre of the toolbar's button `index` (0 the logo, 1 select
+    // desktop, 2 pen, ...), as drawn in the picture: the logo and then
+    // buttons at equal steps.
+    QPoint toolbarButton(int index) const
+    {
+        const int step = Common::getInstance()->getNewSize(60);
+        const int logo = m_toolbar.left() + m_toolbar.height() / 2;
+        return QPoint(logo + step * index + (index > 0 ? Common::getInstance()->getNewSize(7) : 0),
+                      m_toolbar.center().y());
+    }
+
+    // A click that the compositor has handed on before the next request.
+    bool click(const QPoint& at)
+    {
+        m_pointer.move(at);
+        if (!m_pointer.sync())
+            return false;
+        m_pointer.press();
+        if (!m_pointer.sync())
+            return false;
+        m_pointer.release();
+        return m_pointer.sync();
+    }
+
+    // Moves the pointer to and fro by a pixel about `at` until the click
+    // counter says `line`; the pointer is left at `at`.
+    bool pointerReaches(QByteArray* out, const QByteArray& line, const QPoint& at)
+    {
+        const int before = out->count(line);
+        bool left = false;
+        const bool reached = QTest::qWaitFor(
+            [&] {
+                left = !left;
+                m_pointer.move(at + QPoint(left ? -1 : 0, 0));
+                m_pointer.sync();
+                *out += m_counter.readAllStandardOutput();
+                return out->count(line) > before;
+            },
+            10000);
+        m_pointer.move(at);
+        return reached && m_pointer.sync();
+    }
+
+    // A drag in steps of 10 pixels, each handed on by the compositor before
+    // the next: moves that reach the board together are one.
+    bool dragInSteps(const QPoint& from, const QPoint& to)
+    {
+        m_pointer.move(from);
+        m_pointer.press();
+        if (!m_pointer.sync())
+            return false;
+        for (int i = 1; i <= 30; ++i) {
+            m_pointer.move(from + (to - from) * i / 30);
+            if (!m_pointer.sync())
+                return false;
+        }
+        m_pointer.release();
+        return m_pointer.sync();
+    }
+
     HeadlessSway m_sway;
-    QProcess m_board;
     VirtualPointer m_pointer;
+    QProcess m_board;
+    QProcess m_counter;
+    QProcessEnvironment m_boardEnv;
+    QByteArray m_lastError;
+    QRect m_toolbar;
 };
 
 QTEST_MAIN(TestWayland)
