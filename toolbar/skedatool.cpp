@@ -361,7 +361,11 @@ void SkedaTool::togglePopup(QWidget* popup, QWidget* button)
         popup->hide();
         return;
     }
-    const QPoint global = mapToGlobal(button->pos());
+    // The toolbar's own record of where it lies, not mapToGlobal(): a
+    // Wayland compositor places a layer surface itself and tells Qt only
+    // that it lies at the output's corner. On X11 both are the same, the
+    // toolbar having no frame.
+    const QPoint global = geometry().topLeft() + button->pos();
     const double x = global.x() - popup->width() * 0.5 + button->width() * 0.5;
     const double y = global.y() - popup->height() - Common::getInstance()->getNewSize(10);
     // The board window covers the screen from its origin, so global

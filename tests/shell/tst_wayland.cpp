@@ -223,6 +223,37 @@ private slots:
         QCOMPARE(out.count("click "), 1);
     }
 
+    // The pen's second click opens the pen settings above the toolbar; the
+    // eraser's the clear panel. Both are drawn in the board's own surface,
+    // where the toolbar's place says.
+    void thePopupsOpenAboveTheToolbar()
+    {
+        QVERIFY(m_board.state() == QProcess::Running);
+        QVERIFY(!m_toolbar.isEmpty());
+        const QPoint pen = toolbarButton(2);
+        const QPoint overPen(pen.x(), m_toolbar.top() - 45);
+        QCOMPARE(m_sway.grab().pixelColor(overPen), HeadlessSway::background());
+        QVERIFY(click(pen)); // the pen is chosen: its popup opens
+        m_pointer.move(parked(m_sway.size()));
+        QVERIFY(m_pointer.sync());
+        QTRY_COMPARE_WITH_TIMEOUT(m_sway.grab().pixelColor(overPen), QColor(Qt::white), 10000);
+        saveForDocs(QStringLiteral("wayland-pen-popup.png"));
+        QVERIFY(click(pen));
+        QTRY_COMPARE_WITH_TIMEOUT(m_sway.grab().pixelColor(overPen), HeadlessSway::background(),
+                                  10000);
+
+        const QPoint eraser = toolbarButton(3);
+        const QPoint overEraser(eraser.x(), m_toolbar.top() - 40);
+        QVERIFY(click(eraser));
+        QVERIFY(click(eraser));
+        m_pointer.move(parked(m_sway.size()));
+        QVERIFY(m_pointer.sync());
+        QTRY_VERIFY_WITH_TIMEOUT(m_sway.grab().pixelColor(overEraser) != HeadlessSway::background(),
+                                 10000);
+        saveForDocs(QStringLiteral("wayland-clear-panel.png"));
+        QVERIFY(click(pen));
+    }
+
     void aScreenshotIsRefusedOnTheNativeBoard()
     {
         QVERIFY(m_board.state() == QProcess::Running);
@@ -365,6 +396,14 @@ private:
         const int logo = m_toolbar.left() + m_toolbar.height() / 2;
         return QPoint(logo + step * index + (index > 0 ? Common::getInstance()->getNewSize(7) : 0),
                       m_toolbar.center().y());
+    }
+
+    // With SKEDA_DOCS_DIR set, the output as it is now goes to the docs.
+    void saveForDocs(const QString& name) const
+    {
+        const QString dir = qEnvironmentVariable("SKEDA_DOCS_DIR");
+        if (!dir.isEmpty())
+            QVERIFY(m_sway.grab().save(dir + QLatin1Char('/') + name));
     }
 
     // A click that the compositor has handed on before the next request.
