@@ -75,20 +75,14 @@ void CommandServer::serve(QLocalSocket* socket)
             return;
         }
         const QString command = QString::fromUtf8(line).trimmed();
-        if (command == QLatin1String("screenshot") && !DesktopSession::canCaptureScreen()) {
-            socket->write("error this session cannot capture the screen\n");
-            socket->flush();
-            continue;
-        }
         QPointer<QLocalSocket> alive(socket);
-        const bool known = run(command);
+        const QByteArray answer = run(command);
         if (!alive)
             return;
         // What the command asked of the X server goes out before the answer.
         if (QX11Info::isPlatformX11() && QX11Info::connection())
             xcb_flush(QX11Info::connection());
-        socket->write(known ? QByteArray("ok\n")
-                            : QByteArray("error unknown command ") + command.toUtf8() + '\n');
+        socket->write(answer + '\n');
         socket->flush();
     }
     // No line yet: a peer that sends more than a command without a newline
@@ -106,7 +100,7 @@ void CommandServer::dropTooLong(QLocalSocket* socket)
     socket->deleteLater();
 }
 
-bool CommandServer::run(const QString& command)
+QByteArray CommandServer::run(const QString& command)
 {
     SkedaTool* tool = m_board->tool();
     // A tool is chosen, not toggled: a second --pen does not open the pen
@@ -137,6 +131,10 @@ bool CommandServer::run(const QString& command)
     } else if (command == QLatin1String("clear")) {
         m_board->view()->clearAllItem();
     } else if (command == QLatin1String("screenshot")) {
+        // Refused in one line where the screen cannot be captured; nothing
+        // opens and the board stays as it is.
+        if (!DesktopSession::canCaptureScreen())
+            return QByteArrayLiteral("error this session cannot capture the screen");
         if (!m_board->isVisible())
             m_board->showSkeda();
         tool->clickButton(SkedaTool::ScreenShotButton);
@@ -145,7 +143,7 @@ bool CommandServer::run(const QString& command)
         QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
                                   Qt::QueuedConnection);
     } else {
-        return false;
+        return QByteArrayLiteral("error unknown command ") + command.toUtf8();
     }
-    return true;
+    return QByteArrayLiteral("ok");
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QObject>
 #include <QString>
 
@@ -30,8 +31,10 @@ public:
 
     // Listens under the name; false (with a warning) when it cannot.
     bool listen(const QString& name);
-    // Carries out one command; false for a command it does not know.
-    bool run(const QString& command);
+    // Carries out one command and gives the answer line, without its
+    // newline: "ok", or "error <why>" for a command it does not know or
+    // cannot carry out here.
+    QByteArray run(const QString& command);
 
 private:
     void serve(QLocalSocket* socket);
