@@ -219,7 +219,7 @@ private slots:
         // The board has the click again: a dot where it fell, and no click
         // for the window below.
         QTRY_VERIFY_WITH_TIMEOUT(inkNear(m_sway.grab(), dot), 10000);
-        out += m_counter.readAllStandardOutput();
+        QVERIFY(readCounter(&out));
         QCOMPARE(out.count("click "), 1);
     }
 
@@ -419,19 +419,38 @@ private:
         return m_pointer.sync();
     }
 
+    // Everything the click counter has said up to now, once it has handled
+    // every event the compositor sent it before this call.
+    bool readCounter(QByteArray* out)
+    {
+        m_counter.write("sync\n");
+        return QTest::qWaitFor(
+            [&] {
+                *out += m_counter.readAllStandardOutput();
+                const int synced = out->indexOf("synced\n");
+                if (synced < 0)
+                    return false;
+                out->remove(synced, int(qstrlen("synced\n")));
+                return true;
+            },
+            10000);
+    }
+
     // Moves the pointer to and fro by a pixel about `at` until the click
-    // counter says `line`; the pointer is left at `at`.
+    // counter's last word on the pointer is `line` ("enter" or "leave");
+    // the pointer is left at `at`.
     bool pointerReaches(QByteArray* out, const QByteArray& line, const QPoint& at)
     {
-        const int before = out->count(line);
         bool left = false;
         const bool reached = QTest::qWaitFor(
             [&] {
                 left = !left;
                 m_pointer.move(at + QPoint(left ? -1 : 0, 0));
-                m_pointer.sync();
-                *out += m_counter.readAllStandardOutput();
-                return out->count(line) > before;
+                if (!m_pointer.sync() || !readCounter(out))
+                    return false;
+                const int enter = out->lastIndexOf("enter\n");
+                const int leave = out->lastIndexOf("leave\n");
+                return line == "enter\n" ? enter > leave : leave > enter;
             },
             10000);
         m_pointer.move(at);
