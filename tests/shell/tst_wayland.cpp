@@ -387,15 +387,19 @@ private:
         }
     }
 
-    // The centre of the toolbar's button `index` (0 the logo, 1 select
-    // desktop, 2 pen, ...), as drawn in the picture: the logo and then
-    // buttons at equal steps.
+    // The centre of the toolbar's small button `index` (1 select desktop, 2
+    // pen, 3 eraser, ...) where the board places the toolbar: its lower left
+    // corner 80 from the output's, a 68-pixel logo, then 54-pixel buttons
+    // with gaps of 6, centred on the logo's height; all scaled.
     QPoint toolbarButton(int index) const
     {
-        const int step = Common::getInstance()->getNewSize(60);
-        const int logo = m_toolbar.left() + m_toolbar.height() / 2;
-        return QPoint(logo + step * index + (index > 0 ? Common::getInstance()->getNewSize(7) : 0),
-                      m_toolbar.center().y());
+        const Common* common = Common::getInstance();
+        const int left = common->getNewSize(80);
+        const int top = m_sway.size().height() - common->getNewSize(80) - common->getNewSize(68);
+        const int x = left + common->getNewSize(68) + common->getNewSize(6) +
+                      (index - 1) * (common->getNewSize(54) + common->getNewSize(6)) +
+                      common->getNewSize(54) / 2;
+        return QPoint(x, top + common->getNewSize(68) / 2);
     }
 
     // With SKEDA_DOCS_DIR set, the output as it is now goes to the docs.
