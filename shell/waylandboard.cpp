@@ -1,6 +1,7 @@
 #include "shell/waylandboard.h"
 
 #include "common/desktopsession.h"
+#include "screenshot/screenshot.h"
 #include "shell/mainwindow.h"
 
 #include <QApplication>
@@ -84,10 +85,17 @@ protected:
         if (!widget || !widget->isWindow())
             return false;
         auto* board = qobject_cast<MainWindow*>(widget);
+        // The screenshot overlay covers the output as the board does. A
+        // layer surface keeps the size its window had when first shown, and
+        // the overlay grows to the output's only after that: anchored to
+        // every edge, it is given the whole output by the compositor.
+        const bool coversOutput = board || qobject_cast<ScreenShot*>(widget);
         if (type == QEvent::Show) {
             // The layer surface is made when the window is shown, after
             // this event, with what is set here.
             widget->winId();
+            if (!widget->windowHandle())
+                return false;
             LayerShellQt::Window* layer = LayerShellQt::Window::get(widget->windowHandle());
             if (!layer)
                 return false;
@@ -99,7 +107,7 @@ protected:
             layer->setExclusiveZone(-1);
             layer->setKeyboardInteractivity(LayerShellQt::Window::KeyboardInteractivityNone);
             layer->setScope(board ? QStringLiteral("skeda-board") : QStringLiteral("skeda"));
-            if (board) {
+            if (coversOutput) {
                 layer->setAnchors(LayerShellQt::Window::Anchors(
                     LayerShellQt::Window::AnchorTop | LayerShellQt::Window::AnchorBottom |
                     LayerShellQt::Window::AnchorLeft | LayerShellQt::Window::AnchorRight));
@@ -111,7 +119,7 @@ protected:
             }
             return false;
         }
-        if (board)
+        if (coversOutput)
             return false;
         if (event->spontaneous()) {
             // The compositor places a layer surface by its margins and
@@ -134,6 +142,8 @@ protected:
 private:
     static void place(QWidget* window)
     {
+        if (!window->windowHandle())
+            return;
         LayerShellQt::Window* layer = LayerShellQt::Window::get(window->windowHandle());
         if (!layer)
             return;
