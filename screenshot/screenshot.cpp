@@ -1,8 +1,10 @@
 #include "screenshot/screenshot.h"
 
 #include "common/common.h"
+#include "common/desktopsession.h"
 #include "common/logging.h"
 #include "common/translation.h"
+#include "screenshot/screencopy.h"
 #include "widgets/mpushbutton_1.h"
 
 #include <QApplication>
@@ -547,11 +549,22 @@ void ScreenShot::captureScreen()
     }
 }
 
+bool ScreenShot::canCaptureScreen()
+{
+    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        return ScreenCopy::isOffered();
+    return DesktopSession::canCaptureScreen();
+}
+
 void ScreenShot::grabDesktop()
 {
     m_captureTimer->stop();
     if (QScreen* screen = QGuiApplication::primaryScreen()) {
-        m_screenPixmap = screen->grabWindow(QApplication::desktop()->winId(), 0, 0, -1, -1);
+        // On Wayland only the compositor has the screen's picture.
+        if (ScreenCopy::isOffered())
+            m_screenPixmap = QPixmap::fromImage(ScreenCopy::grab(screen));
+        else
+            m_screenPixmap = screen->grabWindow(QApplication::desktop()->winId(), 0, 0, -1, -1);
     } else {
         qCWarning(lcSkedaScreenshot, "ScreenShot: no screen to grab; the capture is empty");
         m_screenPixmap = QPixmap();

@@ -32,6 +32,11 @@ public:
     ScreenShot(QPixmap* result, QWidget* parent);
     ~ScreenShot() override;
 
+    // Whether a picture of the screen can be taken in this session: from
+    // the window system on X11, from the compositor's screencopy natively on
+    // Wayland; never through XWayland, whose pictures are black.
+    static bool canCaptureScreen();
+
     // 1 rectangle mode, 2 free-hand mode; any other value only resets the
     // selection and shows the overlay again over the whole desktop.
     void changeFreeShot(int mode);

@@ -1,8 +1,8 @@
 #include "shell/commandserver.h"
 
 #include "canvas/myminigraphicsview.h"
-#include "common/desktopsession.h"
 #include "common/logging.h"
+#include "screenshot/screenshot.h"
 #include "shell/mainwindow.h"
 #include "toolbar/skedatool.h"
 
@@ -133,7 +133,7 @@ QByteArray CommandServer::run(const QString& command)
     } else if (command == QLatin1String("screenshot")) {
         // Refused in one line where the screen cannot be captured; nothing
         // opens and the board stays as it is.
-        if (!DesktopSession::canCaptureScreen())
+        if (!ScreenShot::canCaptureScreen())
             return QByteArrayLiteral("error this session cannot capture the screen");
         if (!m_board->isVisible())
             m_board->showSkeda();

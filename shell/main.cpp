@@ -66,8 +66,8 @@ void choosePlatform(int argc, char** argv)
     } else if (chosen.startsWith("wayland")) {
         std::fprintf(stderr,
                      "skeda: on the wayland platform the board is an ordinary window, without "
-                     "select desktop, staying on top or screenshots; leave QT_QPA_PLATFORM unset "
-                     "to run it through XWayland\n");
+                     "select desktop or staying on top; leave QT_QPA_PLATFORM unset to run it "
+                     "as this desktop allows\n");
     }
 }
 

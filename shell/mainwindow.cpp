@@ -5,7 +5,6 @@
 #include "canvas/myminigraphicsscene.h"
 #include "canvas/myminigraphicsview.h"
 #include "common/common.h"
-#include "common/desktopsession.h"
 #include "common/logging.h"
 #include "common/translation.h"
 #include "screenshot/screenshot.h"
@@ -141,7 +140,7 @@ void MainWindow::createTool(int deskHeight)
 
 void MainWindow::startScreenShot()
 {
-    if (!DesktopSession::canCaptureScreen()) {
+    if (!ScreenShot::canCaptureScreen()) {
         // Said once; the command then does nothing, and the board stays as
         // it is.
         static bool said = false;
@@ -149,8 +148,9 @@ void MainWindow::startScreenShot()
             said = true;
             qCWarning(lcSkedaScreenshot,
                       "MainWindow: this session cannot capture the screen (on a Wayland "
-                      "desktop, X programs get a black picture of it); the screenshot command "
-                      "does nothing here");
+                      "desktop, X programs get a black picture of it, and native ones one only "
+                      "from a compositor with screencopy); the screenshot command does nothing "
+                      "here");
         }
         return;
     }
