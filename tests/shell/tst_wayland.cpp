@@ -62,6 +62,33 @@ QRect drawnArea(const QImage& image)
     return box;
 }
 
+// The desktop's colour under the screenshot overlay's dimming mask, RGBA
+// (115, 115, 115, 200), within the compositor's rounding.
+bool isDimmed(const QColor& seen)
+{
+    const QColor desktop = HeadlessSway::background();
+    const auto over = [](int below) {
+        return (115 * 200 + below * (255 - 200)) / 255.0;
+    };
+    return qAbs(seen.red() - over(desktop.red())) <= 2 &&
+           qAbs(seen.green() - over(desktop.green())) <= 2 &&
+           qAbs(seen.blue() - over(desktop.blue())) <= 2;
+}
+
+// The box of the white pixels in the 150 rows below row `row`: the
+// screenshot overlay's confirm bar, and not the toolbar further down.
+QRect whiteBelow(const QImage& image, int row)
+{
+    QRect box;
+    for (int y = row + 1; y < qMin(image.height(), row + 151); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixelColor(x, y) == QColor(Qt::white))
+                box |= QRect(x, y, 1, 1);
+        }
+    }
+    return box;
+}
+
 bool inkNear(const QImage& image, const QPoint& centre)
 {
     for (int dy = -2; dy <= 2; ++dy) {
@@ -254,13 +281,62 @@ private slots:
         QVERIFY(click(pen));
     }
 
-    void aScreenshotIsRefusedOnTheNativeBoard()
+    // The launcher's screenshot command opens the overlay over the whole
+    // output, which dims the desktop.
+    void theScreenshotCommandOpensTheOverlayOnTheNativeBoard()
     {
         QVERIFY(m_board.state() == QProcess::Running);
-        QCOMPARE(runCommand(QStringLiteral("--screenshot")), 1);
-        QCOMPARE(m_lastError, QByteArray("skeda: error this session cannot capture the screen\n"));
-        QCOMPARE(m_board.state(), QProcess::Running);
+        QCOMPARE(m_sway.grab().pixelColor(5, 5), HeadlessSway::background());
+        QCOMPARE(runCommand(QStringLiteral("--screenshot")), 0);
+        QCOMPARE(m_lastError, QByteArray());
+        QTRY_VERIFY_WITH_TIMEOUT(isDimmed(m_sway.grab().pixelColor(5, 5)), 10000);
         quitBoard();
+    }
+
+    // A screenshot taken on the native board is the compositor's own
+    // picture of the selected region: the pixels grim gets of it, exactly.
+    void aScreenshotOnTheNativeBoardIsTheCompositorsPicture()
+    {
+        QTemporaryDir dir;
+        QVERIFY(dir.isValid());
+        const QString file = dir.filePath(QStringLiteral("shot.png"));
+        QProcess host;
+        host.setProcessEnvironment(m_sway.environment());
+        host.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        host.start(QStringLiteral(SKEDA_SHOT_HOST_FILE), {file});
+        QVERIFY(host.waitForStarted());
+        QByteArray out;
+        QTRY_VERIFY_WITH_TIMEOUT((out += host.readAllStandardOutput()).contains("ready\n"), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(!drawnArea(m_sway.grab()).isEmpty(), 20000);
+
+        QVERIFY(dragInSteps(QPoint(300, 150), QPoint(600, 250)));
+        m_pointer.move(parked(m_sway.size()));
+        QVERIFY(m_pointer.sync());
+        QImage before;
+        QTRY_VERIFY_WITH_TIMEOUT(inkNear(before = m_sway.grab(), QPoint(450, 200)), 10000);
+
+        QVERIFY(click(toolbarButton(4)));
+        QTRY_VERIFY_WITH_TIMEOUT(isDimmed(m_sway.grab().pixelColor(5, 5)), 10000);
+        // The first drag selects from its press to its release, both
+        // included; the confirm bar then shows under the selection, its
+        // confirm button on the right.
+        const QRect selection(QPoint(250, 100), QPoint(700, 350));
+        QVERIFY(dragInSteps(selection.topLeft(), selection.bottomRight()));
+        m_pointer.move(parked(m_sway.size()));
+        QVERIFY(m_pointer.sync());
+        QRect bar;
+        QTRY_VERIFY_WITH_TIMEOUT(!(bar = whiteBelow(m_sway.grab(), selection.bottom())).isEmpty(),
+                                 10000);
+        QVERIFY(click(QPoint(bar.right() - bar.width() / 4, bar.center().y())));
+        QTRY_VERIFY_WITH_TIMEOUT((out += host.readAllStandardOutput()).contains("shot "), 10000);
+        QCOMPARE(out.mid(out.indexOf("shot ")), QByteArray("shot ") +
+                                                    QByteArray::number(selection.width()) + ' ' +
+                                                    QByteArray::number(selection.height()) + '\n');
+        const QImage shot(file);
+        QCOMPARE(shot.convertToFormat(QImage::Format_RGB32),
+                 before.copy(selection).convertToFormat(QImage::Format_RGB32));
+        host.kill();
+        host.waitForFinished();
     }
 
     // --- Through XWayland -------------------------------------------------
