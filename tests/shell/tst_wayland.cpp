@@ -89,6 +89,41 @@ QRect whiteBelow(const QImage& image, int row)
     return box;
 }
 
+// The number of pixels of `area` in the pen's colour.
+int inkPixels(const QImage& image, const QRect& area)
+{
+    int count = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x)
+            count += image.pixelColor(x, y) == kInk ? 1 : 0;
+    }
+    return count;
+}
+
+// The number of pixels of `area` that are not the desktop's colour.
+int differentPixels(const QImage& image, const QRect& area)
+{
+    int count = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x)
+            count += image.pixelColor(x, y) != HeadlessSway::background() ? 1 : 0;
+    }
+    return count;
+}
+
+// The box of the pixels of `area` in `colour`.
+QRect boxOf(const QImage& image, const QRect& area, const QColor& colour)
+{
+    QRect box;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x) {
+            if (image.pixelColor(x, y) == colour)
+                box |= QRect(x, y, 1, 1);
+        }
+    }
+    return box;
+}
+
 bool inkNear(const QImage& image, const QPoint& centre)
 {
     for (int dy = -2; dy <= 2; ++dy) {
@@ -279,6 +314,48 @@ private slots:
                                  10000);
         saveForDocs(QStringLiteral("wayland-clear-panel.png"));
         QVERIFY(click(pen));
+    }
+
+    // The eraser (the toolbar's third button) cuts the stroke where it is
+    // dragged across; a second click on it opens the clear panel, whose
+    // handle slid to the far end clears the board.
+    void erasingAndSlideToClearWorkOnTheNativeBoard()
+    {
+        QVERIFY(m_board.state() == QProcess::Running);
+        QVERIFY(!m_toolbar.isEmpty());
+        // The stroke of the drag test runs from (200, 200) to (500, 300).
+        const QRect cut(346, 225, 9, 50);
+        QVERIFY(inkNear(m_sway.grab(), QPoint(350, 250)));
+        QVERIFY(click(toolbarButton(3)));
+        QVERIFY(dragInSteps(QPoint(350, 170), QPoint(350, 330)));
+        m_pointer.move(parked(m_sway.size()));
+        QVERIFY(m_pointer.sync());
+        QTRY_COMPARE_WITH_TIMEOUT(inkPixels(m_sway.grab(), cut), 0, 10000);
+        const QImage erased = m_sway.grab();
+        QCOMPARE(differentPixels(erased, cut), 0);
+        // Both pieces stay.
+        QVERIFY(inkNear(erased, QPoint(260, 220)));
+        QVERIFY(inkNear(erased, QPoint(440, 280)));
+
+        QVERIFY(click(toolbarButton(3)));
+        m_pointer.move(parked(m_sway.size()));
+        QVERIFY(m_pointer.sync());
+        // The slider's track, in its fill colour, with the handle at its
+        // left end, above the toolbar.
+        const QRect panelZone(0, m_toolbar.top() - 150, m_sway.size().width() / 2, 150);
+        QRect track;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (track = boxOf(m_sway.grab(), panelZone, QColor(238, 238, 238))).width() > 150, 10000);
+        QVERIFY(inkPixels(m_sway.grab(), QRect(QPoint(0, 0), m_sway.size())) > 0);
+        const QPoint grip(track.left() + 30, track.top() + 18);
+        QVERIFY(dragInSteps(grip, grip + QPoint(track.width() + 40, 0)));
+        m_pointer.move(parked(m_sway.size()));
+        QVERIFY(m_pointer.sync());
+        QTRY_COMPARE_WITH_TIMEOUT(inkPixels(m_sway.grab(), QRect(QPoint(0, 0), m_sway.size())), 0,
+                                  10000);
+        // Nothing but the toolbar and its panel differs from the desktop.
+        QVERIFY(m_toolbar.united(panelZone).contains(drawnArea(m_sway.grab())));
+        QVERIFY(click(toolbarButton(2)));
     }
 
     // The launcher's screenshot command opens the overlay over the whole
