@@ -3,16 +3,20 @@
 // hands out is saved as a PNG, which the launcher does not do.
 //
 // Usage: skeda-shot-host FILE. Prints "ready" once the board is on the
-// screen and "shot W H" once a screenshot of W x H pixels is saved as FILE.
+// screen and "shot W H" once a screenshot of W x H pixels is saved as FILE;
+// answers a line "sync" with "synced" once it has caught up with the
+// compositor.
 #include "shell/mainwindow.h"
 #include "shell/waylandboard.h"
 
 #include <QApplication>
 #include <QPixmap>
+#include <QSocketNotifier>
 #include <QTimer>
 #include <QWindow>
 
 #include <cstdio>
+#include <unistd.h>
 
 int main(int argc, char** argv)
 {
@@ -54,5 +58,22 @@ int main(int argc, char** argv)
         std::fflush(stdout);
     });
     exposed.start();
+    // "sync" on standard input: answered "synced" once every event the
+    // compositor sent before is handled and what it changed is on the
+    // screen.
+    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(&input, &QSocketNotifier::activated, &app, [&input] {
+        char line[64];
+        if (read(STDIN_FILENO, line, sizeof line) <= 0) {
+            input.setEnabled(false);
+            return;
+        }
+        QGuiApplication::sync();
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents();
+        QGuiApplication::sync();
+        std::puts("synced");
+        std::fflush(stdout);
+    });
     return app.exec();
 }
