@@ -152,6 +152,9 @@ private:
         layer->setAnchors(LayerShellQt::Window::Anchors(LayerShellQt::Window::AnchorTop |
                                                         LayerShellQt::Window::AnchorLeft));
         layer->setMargins(QMargins(qMax(0, at.x()), qMax(0, at.y()), 0, 0));
+        // The margins are state of the surface's next commit: a repaint of
+        // a pixel brings it now.
+        window->update(QRect(0, 0, 1, 1));
     }
 };
 

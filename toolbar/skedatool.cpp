@@ -13,6 +13,7 @@
 #include <QDebug>
 #include <QEvent>
 #include <QFrame>
+#include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPixmap>
 #include <QPropertyAnimation>
@@ -391,7 +392,18 @@ bool SkedaTool::eventFilter(QObject* watched, QEvent* event)
             if (mouse->buttons() & Qt::LeftButton) {
                 m_dragging = true;
                 hideTool();
-                move(roundedPoint(mouse->screenPos()) - m_pressPos);
+                if (QGuiApplication::platformName().startsWith(QLatin1String("wayland"))) {
+                    // A Wayland client learns the pointer's place only
+                    // relative to its surface, and never where the
+                    // compositor shows that surface while it moves: the bar
+                    // stays where it is until the release, which puts it
+                    // where the pointer is then, from the place it had.
+                    m_dropPos = geometry().topLeft() +
+                                m_logoBtn->mapTo(this, roundedPoint(mouse->localPos())) -
+                                m_pressPos;
+                } else {
+                    move(roundedPoint(mouse->screenPos()) - m_pressPos);
+                }
             }
             break;
         }
@@ -405,6 +417,9 @@ bool SkedaTool::eventFilter(QObject* watched, QEvent* event)
                 if (m_dragging && m_logoBtn->isDown() && m_logoBtn->rect().contains(mouse->pos())) {
                     m_logoBtn->setChecked(!m_logoBtn->isChecked());
                 }
+                if (m_dragging &&
+                    QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+                    move(m_dropPos);
                 m_dragging = false;
             }
             break;

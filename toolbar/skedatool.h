@@ -89,6 +89,8 @@ private:
     QPointer<QWidget> m_mainWidget;
     bool m_dragging = false;
     QPoint m_pressPos;
+    // On Wayland, where the bar's drag takes it at the release.
+    QPoint m_dropPos;
     QPointer<QQuickWidget> m_penPopup;
     QPointer<EarsePanel> m_earsePanel;
 };

@@ -358,6 +358,29 @@ private slots:
         QVERIFY(click(toolbarButton(2)));
     }
 
+    // The logo drags the toolbar about: where the pointer lets it go, the
+    // bar lies with the logo under the pointer as at the press.
+    void theToolbarGoesWhereItsLogoIsDragged()
+    {
+        QVERIFY(m_board.state() == QProcess::Running);
+        QVERIFY(!m_toolbar.isEmpty());
+        m_pointer.move(parked(m_sway.size()));
+        QVERIFY(m_pointer.sync());
+        QTRY_COMPARE_WITH_TIMEOUT(drawnArea(m_sway.grab()), m_toolbar, 10000);
+        const Common* common = Common::getInstance();
+        const QPoint logo = toolbarButton(1) - QPoint(common->getNewSize(60), 0);
+        const QPoint by(300, -200);
+        QVERIFY(dragInSteps(logo, logo + by));
+        m_pointer.move(parked(m_sway.size()));
+        QVERIFY(m_pointer.sync());
+        QTRY_COMPARE_WITH_TIMEOUT(drawnArea(m_sway.grab()), m_toolbar.translated(by), 10000);
+        // The drag neither folded the bar nor left it unusable: back again.
+        QVERIFY(dragInSteps(logo + by, logo));
+        m_pointer.move(parked(m_sway.size()));
+        QVERIFY(m_pointer.sync());
+        QTRY_COMPARE_WITH_TIMEOUT(drawnArea(m_sway.grab()), m_toolbar, 10000);
+    }
+
     // The launcher's screenshot command opens the overlay over the whole
     // output, which dims the desktop.
     void theScreenshotCommandOpensTheOverlayOnTheNativeBoard()
