@@ -439,6 +439,7 @@ private slots:
         QRect bar;
         QTRY_VERIFY_WITH_TIMEOUT(!(bar = whiteBelow(m_sway.grab(), selection.bottom())).isEmpty(),
                                  10000);
+        saveForDocs(QStringLiteral("wayland-screenshot.png"));
         QVERIFY(click(QPoint(bar.right() - bar.width() / 4, bar.center().y())));
         QTRY_VERIFY_WITH_TIMEOUT((out += host.readAllStandardOutput()).contains("shot "), 10000);
         QCOMPARE(out.mid(out.indexOf("shot ")), QByteArray("shot ") +
