@@ -17,9 +17,11 @@ public:
     // This process's session, from its environment.
     static bool isWayland();
 
-    // Whether a screen picture can be taken on this platform ("xcb",
-    // "wayland", "offscreen", ...) in this kind of session: not on Wayland
-    // itself, nor through XWayland.
+    // Whether the window system gives a picture of the screen
+    // (QScreen::grabWindow) on this platform ("xcb", "wayland",
+    // "offscreen", ...) in this kind of session: not on Wayland itself, nor
+    // through XWayland. On Wayland only the compositor has the picture
+    // (ScreenCopy).
     static bool canCaptureScreenOn(const QString& platform, bool waylandSession);
     // The same for the running application; needs the application object.
     static bool canCaptureScreen();

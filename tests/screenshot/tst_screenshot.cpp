@@ -6,6 +6,7 @@
 // they also run on a 3840 x 2160 screen.
 
 #include "common/common.h"
+#include "screenshot/screencopy.h"
 #include "screenshot/screenshot.h"
 #include "widgets/mpushbutton_1.h"
 
@@ -78,6 +79,9 @@ private slots:
     void initTestCase();
     void init();
     void cleanup();
+
+    // Where a picture of the screen can be taken.
+    void captureAwayFromWayland();
 
     // Construction and the texts.
     void startsInRectangleMode();
@@ -985,6 +989,26 @@ void TestScreenShot::paintFreeHand()
     VERIFY_COLOUR(finished, 200, 100, 0, 255, 0, 255);
     QCOMPARE(qAlpha(finished.pixel(200, 200)), 0);
     VERIFY_COLOUR(finished, 50, 50, 115, 115, 115, 200);
+}
+
+// Off the wayland platform the compositor is never asked: the window
+// system's grab decides, which XWayland's black pictures rule out.
+void TestScreenShot::captureAwayFromWayland()
+{
+    QVERIFY(!ScreenCopy::isOffered());
+    QVERIFY(ScreenCopy::grab(QGuiApplication::primaryScreen()).isNull());
+    QVERIFY(ScreenCopy::grab(nullptr).isNull());
+    const bool sessionSet = qEnvironmentVariableIsSet("XDG_SESSION_TYPE");
+    const QByteArray session = qgetenv("XDG_SESSION_TYPE");
+    qputenv("XDG_SESSION_TYPE", "x11");
+    QVERIFY(ScreenShot::canCaptureScreen());
+    qputenv("XDG_SESSION_TYPE", "wayland");
+    const bool xwayland = QGuiApplication::platformName() == QLatin1String("xcb");
+    QCOMPARE(ScreenShot::canCaptureScreen(), !xwayland);
+    if (sessionSet)
+        qputenv("XDG_SESSION_TYPE", session);
+    else
+        qunsetenv("XDG_SESSION_TYPE");
 }
 
 QTEST_MAIN(TestScreenShot)
