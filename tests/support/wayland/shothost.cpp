@@ -5,7 +5,7 @@
 // Usage: skeda-shot-host FILE. Prints "ready" once the board is on the
 // screen and "shot W H" once a screenshot of W x H pixels is saved as FILE;
 // answers a line "sync" with "synced" once it has caught up with the
-// compositor.
+// compositor, and ends at a line "quit".
 #include "shell/mainwindow.h"
 #include "shell/waylandboard.h"
 
@@ -16,6 +16,7 @@
 #include <QWindow>
 
 #include <cstdio>
+#include <cstring>
 #include <unistd.h>
 
 int main(int argc, char** argv)
@@ -30,6 +31,9 @@ int main(int argc, char** argv)
     }
     WaylandBoard::use();
     QApplication app(argc, argv);
+    // As the launcher's: the board closing after a screenshot does not end
+    // the host, "quit" does.
+    app.setQuitOnLastWindowClosed(false);
     WaylandBoard::install(&app);
     const QString file = QString::fromLocal8Bit(argv[1]);
 
@@ -60,12 +64,16 @@ int main(int argc, char** argv)
     exposed.start();
     // "sync" on standard input: answered "synced" once every event the
     // compositor sent before is handled and what it changed is on the
-    // screen.
+    // screen. "quit" ends the host.
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &app, [&input] {
-        char line[64];
-        if (read(STDIN_FILENO, line, sizeof line) <= 0) {
+        char line[64] = {};
+        if (read(STDIN_FILENO, line, sizeof line - 1) <= 0) {
             input.setEnabled(false);
+            return;
+        }
+        if (std::strncmp(line, "quit", 4) == 0) {
+            QCoreApplication::quit();
             return;
         }
         QGuiApplication::sync();
