@@ -14,6 +14,11 @@ bool DesktopSession::isWayland()
     return isWaylandFor(qgetenv("XDG_SESSION_TYPE"), qgetenv("WAYLAND_DISPLAY"));
 }
 
+bool DesktopSession::onWaylandPlatform()
+{
+    return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
 bool DesktopSession::canCaptureScreenOn(const QString& platform, bool waylandSession)
 {
     if (platform.startsWith(QLatin1String("wayland")))

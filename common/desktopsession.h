@@ -16,6 +16,10 @@ public:
     static bool isWaylandFor(const QByteArray& sessionType, const QByteArray& waylandDisplay);
     // This process's session, from its environment.
     static bool isWayland();
+    // Whether the application runs on Qt's wayland platform ("wayland",
+    // "wayland-egl", ...): a Wayland client itself, not through XWayland.
+    // Needs the application object.
+    static bool onWaylandPlatform();
 
     // Whether the window system gives a picture of the screen
     // (QScreen::grabWindow) on this platform ("xcb", "wayland",

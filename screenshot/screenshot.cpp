@@ -551,7 +551,7 @@ void ScreenShot::captureScreen()
 
 bool ScreenShot::canCaptureScreen()
 {
-    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+    if (DesktopSession::onWaylandPlatform())
         return ScreenCopy::isOffered();
     return DesktopSession::canCaptureScreen();
 }

@@ -185,7 +185,7 @@ void WaylandBoard::use()
 bool WaylandBoard::isActive()
 {
 #ifdef SKEDA_LAYER_SHELL
-    return s_used && QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    return s_used && DesktopSession::onWaylandPlatform();
 #else
     return false;
 #endif

@@ -1,6 +1,7 @@
 #include "toolbar/skedatool.h"
 
 #include "common/common.h"
+#include "common/desktopsession.h"
 #include "common/logging.h"
 #include "common/translation.h"
 #include "common/uimanager.h"
@@ -13,7 +14,6 @@
 #include <QDebug>
 #include <QEvent>
 #include <QFrame>
-#include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPixmap>
 #include <QPropertyAnimation>
@@ -392,7 +392,7 @@ bool SkedaTool::eventFilter(QObject* watched, QEvent* event)
             if (mouse->buttons() & Qt::LeftButton) {
                 m_dragging = true;
                 hideTool();
-                if (QGuiApplication::platformName().startsWith(QLatin1String("wayland"))) {
+                if (DesktopSession::onWaylandPlatform()) {
                     // A Wayland client learns the pointer's place only
                     // relative to its surface, and never where the
                     // compositor shows that surface while it moves: the bar
@@ -417,8 +417,7 @@ bool SkedaTool::eventFilter(QObject* watched, QEvent* event)
                 if (m_dragging && m_logoBtn->isDown() && m_logoBtn->rect().contains(mouse->pos())) {
                     m_logoBtn->setChecked(!m_logoBtn->isChecked());
                 }
-                if (m_dragging &&
-                    QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+                if (m_dragging && DesktopSession::onWaylandPlatform())
                     move(m_dropPos);
                 m_dragging = false;
             }
