@@ -1,8 +1,8 @@
 #include "screenshot/screencopy.h"
 
+#include "common/desktopsession.h"
 #include "common/logging.h"
 
-#include <QGuiApplication>
 #include <QScreen>
 
 #ifdef SKEDA_SCREENCOPY
@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <poll.h>
 #include <sys/mman.h>
@@ -22,11 +23,6 @@
 #endif
 
 namespace {
-
-bool onWayland()
-{
-    return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
-}
 
 #ifdef SKEDA_SCREENCOPY
 
@@ -246,7 +242,18 @@ QImage Connection::capture(wl_output* output)
         return image;
     }
 
+    // Every format read here has four bytes a pixel; a layout that does not
+    // fit them, or the 32-bit sizes of shared memory, is refused.
     const size_t size = size_t(frame.stride) * frame.height;
+    if (frame.width == 0 || frame.height == 0 || frame.stride / 4 < frame.width ||
+        size > size_t(std::numeric_limits<int32_t>::max())) {
+        qCWarning(lcSkedaScreenshot,
+                  "ScreenCopy: the compositor offers a picture of %ux%u pixels "
+                  "in rows of %u bytes, which cannot be read",
+                  frame.width, frame.height, frame.stride);
+        zwlr_screencopy_frame_v1_destroy(request);
+        return image;
+    }
     const int fd = memfd_create("skeda-screencopy", MFD_CLOEXEC);
     if (fd < 0 || ftruncate(fd, off_t(size)) != 0) {
         qCWarning(lcSkedaScreenshot, "ScreenCopy: no shared memory for the picture: %s",
@@ -295,7 +302,7 @@ QImage Connection::capture(wl_output* output)
 bool ScreenCopy::isOffered()
 {
 #ifdef SKEDA_SCREENCOPY
-    if (!onWayland())
+    if (!DesktopSession::onWaylandPlatform())
         return false;
     static const bool offered = Connection().canCapture();
     return offered;
@@ -306,7 +313,7 @@ bool ScreenCopy::isOffered()
 
 QImage ScreenCopy::grab(QScreen* screen)
 {
-    if (!screen || !onWayland())
+    if (!screen || !DesktopSession::onWaylandPlatform())
         return QImage();
 #ifdef SKEDA_SCREENCOPY
     Connection connection;
