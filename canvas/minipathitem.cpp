@@ -161,7 +161,7 @@ void MiniPathItem::paintInkWithin(QPainter* painter, const QRectF& bounds,
                                   const QVector<QRectF>& areas) const
 {
     const int count = m_path.elementCount();
-    if (m_singlePnt || count < 3) {
+    if (m_singlePnt || count < 3 || isThin()) {
         paintInk(painter);
         return;
     }

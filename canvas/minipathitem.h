@@ -37,6 +37,10 @@ public:
     void squeezePath();
 
     QPen pen() const;
+    // A pen at most one pixel wide (or cosmetic): Qt draws such lines segment
+    // by segment, overlapping segments one over the other, so any part of the
+    // path drawn alone shows differently from the whole.
+    bool isThin() const { return m_pen.isCosmetic() || m_pen.widthF() <= 1; }
     // Takes the pen with round cap and round join, whatever it had.
     void setPen(const QPen& pen);
     void setPenWidth(int width);

@@ -359,7 +359,7 @@ bool MiniEraseOperModel::changedArea(const MiniPathItem* stroke, const QList<QPo
     // Dots share z 0 with other items of other colours.
     const qreal z = stroke->zValue();
     if (z == 0 || z != qreal(truncToInt(z)) || !stroke->sceneTransform().isIdentity() ||
-        stroke->isSinglePnt())
+        stroke->isSinglePnt() || stroke->isThin())
         return false;
     // The pieces are polylines through the stroke's flattened outline: they
     // show what the stroke showed only when its path is one polyline (a

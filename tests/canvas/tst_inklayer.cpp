@@ -316,6 +316,38 @@ private slots:
         QVERIFY(sameAsScene());
     }
 
+    // Qt draws a line at most a pixel wide segment by segment, one over the
+    // other where the line runs back over itself (as a tail part cut by the
+    // eraser does). Where the board draws ink again, such a line is drawn
+    // whole: a part of it drawn alone shows differently.
+    void thinLinesRunningBackOverThemselves()
+    {
+        auto* thin = new MiniPathItem();
+        thin->setPen(QPen(kInks[0], 1));
+        QPainterPath path;
+        path.moveTo(586.75, 525.83);
+        for (const QPointF& p : {QPointF(587, 526), QPointF(586.75, 525.83), QPointF(587, 526),
+                                 QPointF(595, 532), QPointF(587, 526), QPointF(586.75, 525.83),
+                                 QPointF(595, 532), QPointF(602.25, 536.53), QPointF(595, 532)})
+            path.lineTo(p);
+        thin->setPath(path);
+        thin->setZValue(5);
+        m_scene->addItem(thin);
+        auto* above = new MiniPathItem();
+        above->setPen(QPen(kInks[1], 6));
+        QPainterPath cross;
+        cross.moveTo(599, 500);
+        cross.lineTo(599, 560);
+        above->setPath(cross);
+        above->setZValue(6);
+        m_scene->addItem(above);
+        QVERIFY(sameAsScene());
+        QCOMPARE(m_scene->inkLayer()->bakedCount(), 2);
+        // Its area is drawn again without it, and with the thin line there.
+        delete above;
+        QVERIFY(sameAsScene());
+    }
+
     // The property: after any random sequence of board actions the board
     // shows exactly its scene.
     // SKEDA_INK_SESSIONS sets how many sessions run (6 by default).
