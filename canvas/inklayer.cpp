@@ -357,9 +357,12 @@ void InkLayer::refreshTouched()
 {
     for (MiniPathItem* item : qAsConst(m_touched)) {
         item->m_inkTouched = false;
+        // An item baked since it changed was cut in place: it shows what it
+        // showed, and the area that the cut changed was asked for already.
+        if (item->m_inkState == Baked)
+            continue;
         const QRect rect = sceneRectOf(item);
-        if (item->m_inkState != Baked)
-            item->m_inkRect = rect;
+        item->m_inkRect = rect;
         m_repaint += rect;
     }
     m_touched.clear();

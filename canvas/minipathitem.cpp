@@ -219,8 +219,13 @@ QVariant MiniPathItem::itemChange(GraphicsItemChange change, const QVariant& val
     case ItemParentHasChanged:
         joinInk();
         break;
-    case ItemZValueHasChanged:
     case ItemVisibleHasChanged:
+        if (isVisible() != m_inkVisible) {
+            m_inkVisible = isVisible();
+            inkChanged();
+        }
+        break;
+    case ItemZValueHasChanged:
     case ItemOpacityHasChanged:
     case ItemPositionHasChanged:
     case ItemTransformHasChanged:
@@ -254,6 +259,7 @@ void MiniPathItem::joinInk()
         m_inkFlags = quint16(added);
         setFlags(flags() | added);
     }
+    m_inkVisible = isVisible();
     board->inkLayer()->addItem(this);
     inkFlagsChanged();
 }

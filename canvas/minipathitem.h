@@ -102,6 +102,10 @@ private:
     qint8 m_inkBand = 0;
     bool m_inkTouched = false;
     bool m_inkInteractive = false;
+    // Whether the item was visible when the layer last heard of it: Qt also
+    // reports a newly added item as having become visible (when it polishes
+    // it, one pass of the event loop later), which changes nothing.
+    bool m_inkVisible = true;
     // The flags the layer added, to be cleared again when the item leaves it.
     quint16 m_inkFlags = 0;
     // How many steps of the board's history refer to the item.

@@ -28,6 +28,27 @@ const int kWidths[] = {2, 6, 10, 18};
 
 } // namespace
 
+// Collects the regions that a widget is asked to paint.
+class PaintWatcher : public QObject
+{
+public:
+    explicit PaintWatcher(QRegion* painted)
+        : m_painted(painted)
+    {
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint)
+            *m_painted += static_cast<QPaintEvent*>(event)->region();
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QRegion* m_painted;
+};
+
 class TestInkLayer : public QObject
 {
     Q_OBJECT
@@ -346,6 +367,57 @@ private slots:
         // Its area is drawn again without it, and with the thin line there.
         delete above;
         QVERIFY(sameAsScene());
+    }
+
+    // A cut stroke's pieces keep its pixels: the board repaints where the
+    // eraser is and nothing of the pieces beyond it, also once Qt has
+    // polished the new piece (it reports it as having become visible).
+    void aCutRepaintsOnlyWhereTheEraserWas()
+    {
+        auto* line = new MiniPathItem();
+        line->setPen(QPen(kInks[1], 6));
+        QPainterPath path;
+        path.moveTo(60, 300);
+        for (int x = 80; x <= 740; x += 20)
+            path.lineTo(x, 300);
+        line->setPath(path);
+        line->setZValue(5);
+        m_scene->addItem(line);
+        m_view->setTool(MyMiniGraphicsView::EraseTool);
+        QVERIFY(sameAsScene());
+
+        QRegion painted;
+        PaintWatcher watcher(&painted);
+        m_viewport->installEventFilter(&watcher);
+        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(400, 300));
+        const QRectF eraser = m_view->eraseOperation()->earseItem()->sceneBoundingRect();
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(400, 300));
+        QCOMPARE(m_scene->items().size(), 2);
+        // Qt polishes the new piece, the layer asks for its repaints and the
+        // viewport paints, each in a later pass of the event loop.
+        for (int pass = 0; pass < 5; ++pass)
+            QCoreApplication::processEvents();
+        m_viewport->removeEventFilter(&watcher);
+        QVERIFY(sameAsScene());
+
+        // The cut segments reach one point (20 pixels) beyond the eraser on
+        // each side, their ink half the pen's width and a pixel of
+        // antialiasing more; the eraser's picture is placed under the
+        // pointer's position before it is centred on it (two pixels of
+        // antialiasing around it). The pieces' ink beyond all of that is not
+        // painted again.
+        QVERIFY(!painted.isEmpty());
+        const QRect left(QPoint(40, 280), QPoint(int(eraser.left()) - 20 - 3 - 4, 320));
+        const QRect right(QPoint(int(eraser.right() + eraser.width() / 2) + 3, 280),
+                          QPoint(760, 320));
+        QCOMPARE(left, QRect(40, 280, 284, 41));
+        QCOMPARE(right, QRect(503, 280, 258, 41));
+        QVERIFY2(!painted.intersects(left) && !painted.intersects(right),
+                 qPrintable(QStringLiteral("painted %1,%2 %3x%4")
+                                .arg(painted.boundingRect().x())
+                                .arg(painted.boundingRect().y())
+                                .arg(painted.boundingRect().width())
+                                .arg(painted.boundingRect().height())));
     }
 
     // The property: after any random sequence of board actions the board
