@@ -541,36 +541,34 @@ void InkLayer::bakeInPlace(MiniPathItem* item)
 // ---------------------------------------------------------------------------
 // Queries
 
-QList<MiniPathItem*> InkLayer::collidingStrokes(const QGraphicsItem* probe,
-                                                Qt::ItemSelectionMode mode) const
+QList<MiniPathItem*> InkLayer::strokesNear(const QGraphicsItem* probe) const
 {
-    QList<MiniPathItem*> hits;
+    QList<MiniPathItem*> near;
     if (!probe || probe->scene() != m_scene)
-        return hits;
+        return near;
     const QRect area = alignedRect(probe->sceneBoundingRect());
     if (area.isEmpty())
-        return hits;
+        return near;
     ++m_visit;
-    const auto test = [&](MiniPathItem* item) {
-        if (probe->collidesWithItem(item, mode))
-            hits.append(item);
+    const auto take = [&](MiniPathItem* item) {
+        near.append(item);
     };
     for (const Band& band : m_bands)
-        forEachInGrid(band, area, test);
+        forEachInGrid(band, area, take);
     for (const QVector<MiniPathItem*>* list : {&m_pending, &m_live}) {
         for (MiniPathItem* item : *list) {
             if (item->m_inkVisit == m_visit)
                 continue;
             item->m_inkVisit = m_visit;
             if (sceneRectOf(item).intersects(area))
-                test(item);
+                take(item);
         }
     }
     // Topmost first, as Qt sorts colliding items.
-    std::sort(hits.begin(), hits.end(), [](const MiniPathItem* a, const MiniPathItem* b) {
+    std::sort(near.begin(), near.end(), [](const MiniPathItem* a, const MiniPathItem* b) {
         return above(a, b->zValue(), b->m_inkSeq);
     });
-    return hits;
+    return near;
 }
 
 // ---------------------------------------------------------------------------

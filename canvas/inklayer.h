@@ -89,11 +89,11 @@ public:
     // A stroke item that a host made selectable, movable or focusable.
     void setItemInteractive(MiniPathItem* item, bool interactive);
 
-    // The ink items with which `probe` collides in `mode`, ordered as
-    // QGraphicsItem::collidingItems() orders them (topmost first). Only the
-    // items whose bounds meet the probe's are tested.
-    QList<MiniPathItem*> collidingStrokes(const QGraphicsItem* probe,
-                                          Qt::ItemSelectionMode mode) const;
+    // The ink items whose bounds meet the probe's, ordered as
+    // QGraphicsItem::collidingItems() orders the items it finds (topmost
+    // first): the candidates for a collision with the probe, which the caller
+    // tests (after ruling out, more cheaply, those it has no use for).
+    QList<MiniPathItem*> strokesNear(const QGraphicsItem* probe) const;
 
     // Whether paint() can draw this view's exposed area: the scene holds the
     // ink and the overlays and nothing else, and this is the view the images

@@ -37,6 +37,24 @@ bool usablePosition(const QPointF& p)
     return false;
 }
 
+// Whether the stroke's path is exactly this polyline: one move and then a
+// line to each further point, coordinates equal to the last bit. Cutting a
+// stroke into that one piece would set the path it already has.
+bool isPathOf(const MiniPathItem* stroke, const QPolygonF& polyline)
+{
+    const QPainterPath& path = stroke->path();
+    if (path.elementCount() != polyline.size())
+        return false;
+    for (int i = 0; i < polyline.size(); ++i) {
+        const QPainterPath::Element element = path.elementAt(i);
+        const QPointF& point = polyline.at(i);
+        if (element.type != (i == 0 ? QPainterPath::MoveToElement : QPainterPath::LineToElement) ||
+            element.x != point.x() || element.y != point.y())
+            return false;
+    }
+    return true;
+}
+
 void collectDescendants(QGraphicsItem* item, QSet<QGraphicsItem*>& into)
 {
     const QList<QGraphicsItem*> children = item->childItems();
@@ -267,13 +285,13 @@ void MiniEraseOperModel::earse()
     const QPolygonF area = path.toFillPolygon(QTransform());
 
     // Outside a scene the probe collides with nothing. In the board's scene
-    // the ink layer finds the same strokes that collidingItems() would, in
-    // the same order, looking only where the swept area lies.
+    // the ink layer gives the strokes whose bounds meet the probe's, in the
+    // order collidingItems() gives; which of them collide is asked below,
+    // only of those that the cut would change.
     QList<QGraphicsItem*> candidates;
     auto* board = dynamic_cast<MyMiniGraphicsScene*>(m_earsePathItem->scene());
     if (board) {
-        const QList<MiniPathItem*> strokes =
-            board->inkLayer()->collidingStrokes(m_earsePathItem, Qt::IntersectsItemShape);
+        const QList<MiniPathItem*> strokes = board->inkLayer()->strokesNear(m_earsePathItem);
         candidates.reserve(strokes.size());
         for (MiniPathItem* stroke : strokes)
             candidates.append(stroke);
@@ -304,6 +322,15 @@ void MiniEraseOperModel::earse()
             continue;
         QRectF cutSegments;
         const QList<QPolygonF> pieces = cutPolygon(stroke->getPolygon(), area, &cutSegments);
+        // A stroke that the area only touches is often cut into exactly
+        // itself: a piece that an earlier step ended on the area's edge, cut
+        // there again. Nothing would change, so nothing is done.
+        if (pieces.size() == 1 && isPathOf(stroke, pieces.first()))
+            continue;
+        // Comparing shapes is the costly part of finding what the eraser
+        // touches; the answer is the same as collidingItems() would give.
+        if (board && !m_earsePathItem->collidesWithItem(stroke, Qt::IntersectsItemShape))
+            continue;
         if (pieces.isEmpty()) {
             collectDescendants(stroke, deleted);
             if (board) {
@@ -408,6 +435,7 @@ QList<QPolygonF> MiniEraseOperModel::cutPolygon(const QPolygonF& pts, const QPol
                                                 QRectF* changed)
 {
     QList<QPolygonF> pieces;
+    const QRectF areaBounds = area.boundingRect();
     for (int i = 0; i + 1 < pts.size(); ++i) {
         const QPointF& s = pts.at(i);
         const QPointF& e = pts.at(i + 1);
@@ -436,7 +464,11 @@ QList<QPolygonF> MiniEraseOperModel::cutPolygon(const QPolygonF& pts, const QPol
             continue;
         }
 
-        const bool hit = area.intersects(box) || sIsVertex || eIsVertex;
+        // A box apart from the area's bounds cannot meet the area; the
+        // polygon test is by far the costlier.
+        const bool apart = r < areaBounds.left() || l > areaBounds.right() ||
+                           b < areaBounds.top() || t > areaBounds.bottom();
+        const bool hit = (!apart && area.intersects(box)) || sIsVertex || eIsVertex;
         if (hit) {
             intersectNewRect(s, e, area, pieces);
             if (changed)

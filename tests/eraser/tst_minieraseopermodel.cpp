@@ -362,6 +362,36 @@ private slots:
         release(QPoint(300, 300));
     }
 
+    // A second press where the first one was finds the pieces it left,
+    // ending on the eraser's edges and reaching into it with their round
+    // caps. Cut again, they would be exactly what they are: they are left
+    // alone, and a press that changed nothing is no step of the history.
+    void piecesEndingOnTheEdgeAreLeftAlone()
+    {
+        MiniPathItem* stroke = addStroke(
+            scene(), poly({{100, 300}, {200, 300}, {300, 300}, {400, 300}, {500, 300}}), 3);
+        press(QPoint(300, 300));
+        release(QPoint(300, 300));
+        QCOMPARE(scene()->history()->count(), 1);
+        const QList<MiniPathItem*> rest = newStrokes(scene(), {stroke});
+        QCOMPARE(rest.size(), 1);
+        const QPainterPath left = stroke->path();
+        const QPainterPath right = rest.first()->path();
+        COMPARE_POLY(outlineOf(left), poly({{100, 300}, {200, 300}, {250, 300}}));
+        COMPARE_POLY(outlineOf(right), poly({{350, 300}, {400, 300}, {500, 300}}));
+
+        press(QPoint(300, 300));
+        QVERIFY(op()->earsePathItem()->collidesWithItem(stroke));
+        QVERIFY(op()->earsePathItem()->collidesWithItem(rest.first()));
+        release(QPoint(300, 300));
+
+        QCOMPARE(strokesOf(scene()).size(), 2);
+        QCOMPARE(stroke->path(), left);
+        QCOMPARE(rest.first()->path(), right);
+        QCOMPARE(scene()->history()->count(), 1);
+        scene()->history()->clear();
+    }
+
     void wholeStrokesAreDeleted()
     {
         addStroke(scene(), poly({{260, 240}, {300, 300}, {340, 360}}), 0, QPen(Qt::red, 6),
