@@ -397,29 +397,40 @@ bool MiniEraseOperModel::changedArea(const MiniPathItem* stroke, const QList<QPo
             (i == 0 ? QPainterPath::MoveToElement : QPainterPath::LineToElement))
             return false;
     }
-    // A polyline that runs back over itself (what cutting a tail part leaves:
-    // its subpaths were joined through their points) is drawn once where it
-    // overlaps itself, and its pieces may no longer be.
-    QPolygonF vertices = stroke->getPolygon();
-    std::sort(vertices.begin(), vertices.end(), [](const QPointF& a, const QPointF& b) {
-        return a.x() < b.x() || (a.x() == b.x() && a.y() < b.y());
-    });
-    if (std::adjacent_find(vertices.cbegin(), vertices.cend()) != vertices.cend())
-        return false;
-    // Pieces that overlap each other are drawn one over the other where the
-    // stroke was drawn once: their antialiased edges would darken there.
+    // Pieces that come near each other are drawn one over the other where
+    // the stroke was drawn once (it may run back over itself: what cutting a
+    // tail part leaves, whose subpaths were joined through their points), so
+    // their antialiased edges would darken there: wherever the segments of
+    // two pieces come within reach of each other is drawn again too. Apart
+    // from that and from the cut segments, each piece is the stroke's own
+    // polyline and shows what the stroke showed.
     const qreal margin = qMax(qreal(1), stroke->pen().widthF()) / 2 + 2;
+    QRectF changed = cutSegments;
+    auto reach = [margin](const QPointF& a, const QPointF& b) {
+        return QRectF(a, b).normalized().adjusted(-margin, -margin, margin, margin);
+    };
     QVector<QRectF> bounds;
     bounds.reserve(pieces.size());
-    for (const QPolygonF& piece : pieces) {
-        const QRectF box = piece.boundingRect().adjusted(-margin, -margin, margin, margin);
-        for (const QRectF& other : qAsConst(bounds)) {
-            if (other.intersects(box))
-                return false;
+    for (const QPolygonF& piece : pieces)
+        bounds.append(piece.boundingRect().adjusted(-margin, -margin, margin, margin));
+    for (int i = 0; i < pieces.size(); ++i) {
+        for (int j = i + 1; j < pieces.size(); ++j) {
+            if (!bounds.at(i).intersects(bounds.at(j)))
+                continue;
+            const QPolygonF& first = pieces.at(i);
+            const QPolygonF& second = pieces.at(j);
+            for (int a = 0; a + 1 < first.size(); ++a) {
+                const QRectF near = reach(first.at(a), first.at(a + 1));
+                if (!near.intersects(bounds.at(j)))
+                    continue;
+                for (int b = 0; b + 1 < second.size(); ++b) {
+                    const QRectF other = reach(second.at(b), second.at(b + 1));
+                    if (near.intersects(other))
+                        changed |= near | other;
+                }
+            }
         }
-        bounds.append(box);
     }
-    QRectF changed = cutSegments;
     // A path that ends where it began loses its last segment in the outline
     // the eraser cuts (the repeated point is dropped): that goes too.
     const int last = path.elementCount() - 1;

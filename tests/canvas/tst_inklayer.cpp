@@ -337,6 +337,37 @@ private slots:
         QVERIFY(sameAsScene());
     }
 
+    // A stroke that runs back close beside itself is drawn once where its
+    // two arms overlap. Cut at its bend, its two pieces are drawn one over
+    // the other there, which translucent ink shows darker: the board must
+    // show that too, all along the arms, far from the cut.
+    void piecesLyingCloseTogether()
+    {
+        auto* hairpin = new MiniPathItem();
+        hairpin->setPen(QPen(kInks[3], 12));
+        QPainterPath path;
+        path.moveTo(100, 300);
+        for (int x = 120; x <= 300; x += 20)
+            path.lineTo(x, 300);
+        for (int x = 300; x >= 100; x -= 20)
+            path.lineTo(x, 308);
+        hairpin->setPath(path);
+        hairpin->setZValue(5);
+        m_scene->addItem(hairpin);
+        QVERIFY(sameAsScene());
+        QCOMPARE(m_scene->inkLayer()->bakedCount(), 1);
+        m_view->setTool(MyMiniGraphicsView::EraseTool);
+        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(320, 304));
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(320, 304));
+        const QList<QGraphicsItem*> pieces = m_scene->items();
+        QCOMPARE(pieces.size(), 2);
+        QVERIFY(sameAsScene());
+        // Where the arms overlap, the pieces' ink lies twice.
+        const QImage shown = InkReference::grab(m_viewport);
+        QCOMPARE(qAlpha(shown.pixel(150, 296)), 160);
+        QCOMPARE(qAlpha(shown.pixel(150, 304)), 160 + qRound(160 * (255 - 160) / 255.0));
+    }
+
     // Qt draws a line at most a pixel wide segment by segment, one over the
     // other where the line runs back over itself (as a tail part cut by the
     // eraser does). Where the board draws ink again, such a line is drawn
