@@ -343,17 +343,12 @@ private slots:
     // show that too, all along the arms, far from the cut.
     void piecesLyingCloseTogether()
     {
-        auto* hairpin = new MiniPathItem();
-        hairpin->setPen(QPen(kInks[3], 12));
-        QPainterPath path;
-        path.moveTo(100, 300);
-        for (int x = 120; x <= 300; x += 20)
-            path.lineTo(x, 300);
+        QPolygonF hairpin;
+        for (int x = 100; x <= 300; x += 20)
+            hairpin << QPointF(x, 300);
         for (int x = 300; x >= 100; x -= 20)
-            path.lineTo(x, 308);
-        hairpin->setPath(path);
-        hairpin->setZValue(5);
-        m_scene->addItem(hairpin);
+            hairpin << QPointF(x, 308);
+        addPolyline(hairpin, QPen(kInks[3], 12), 5);
         QVERIFY(sameAsScene());
         QCOMPARE(m_scene->inkLayer()->bakedCount(), 1);
         m_view->setTool(MyMiniGraphicsView::EraseTool);
@@ -374,25 +369,18 @@ private slots:
     // whole: a part of it drawn alone shows differently.
     void thinLinesRunningBackOverThemselves()
     {
-        auto* thin = new MiniPathItem();
-        thin->setPen(QPen(kInks[0], 1));
-        QPainterPath path;
-        path.moveTo(586.75, 525.83);
-        for (const QPointF& p : {QPointF(587, 526), QPointF(586.75, 525.83), QPointF(587, 526),
-                                 QPointF(595, 532), QPointF(587, 526), QPointF(586.75, 525.83),
-                                 QPointF(595, 532), QPointF(602.25, 536.53), QPointF(595, 532)})
-            path.lineTo(p);
-        thin->setPath(path);
-        thin->setZValue(5);
-        m_scene->addItem(thin);
-        auto* above = new MiniPathItem();
-        above->setPen(QPen(kInks[1], 6));
-        QPainterPath cross;
-        cross.moveTo(599, 500);
-        cross.lineTo(599, 560);
-        above->setPath(cross);
-        above->setZValue(6);
-        m_scene->addItem(above);
+        addPolyline({{586.75, 525.83},
+                     {587, 526},
+                     {586.75, 525.83},
+                     {587, 526},
+                     {595, 532},
+                     {587, 526},
+                     {586.75, 525.83},
+                     {595, 532},
+                     {602.25, 536.53},
+                     {595, 532}},
+                    QPen(kInks[0], 1), 5);
+        MiniPathItem* above = addPolyline({{599, 500}, {599, 560}}, QPen(kInks[1], 6), 6);
         QVERIFY(sameAsScene());
         QCOMPARE(m_scene->inkLayer()->bakedCount(), 2);
         // Its area is drawn again without it, and with the thin line there.
@@ -405,15 +393,10 @@ private slots:
     // polished the new piece (it reports it as having become visible).
     void aCutRepaintsOnlyWhereTheEraserWas()
     {
-        auto* line = new MiniPathItem();
-        line->setPen(QPen(kInks[1], 6));
-        QPainterPath path;
-        path.moveTo(60, 300);
-        for (int x = 80; x <= 740; x += 20)
-            path.lineTo(x, 300);
-        line->setPath(path);
-        line->setZValue(5);
-        m_scene->addItem(line);
+        QPolygonF line;
+        for (int x = 60; x <= 740; x += 20)
+            line << QPointF(x, 300);
+        addPolyline(line, QPen(kInks[1], 6), 5);
         m_view->setTool(MyMiniGraphicsView::EraseTool);
         QVERIFY(sameAsScene());
 
@@ -533,6 +516,20 @@ private slots:
 
 private:
     void drawMouseStroke(const QVector<QPoint>& points) { MouseInput::drag(m_viewport, points); }
+
+    // A stroke item put into the scene directly: the polyline through the
+    // points, drawn with this pen, at this z value.
+    MiniPathItem* addPolyline(const QVector<QPointF>& points, const QPen& pen, qreal z)
+    {
+        auto* item = new MiniPathItem();
+        item->setPen(pen);
+        QPainterPath path;
+        path.addPolygon(QPolygonF(points));
+        item->setPath(path);
+        item->setZValue(z);
+        m_scene->addItem(item);
+        return item;
+    }
 
     // Two or three fingers that start and lift at different times.
     template<typename Somewhere> void fingers(QRandomGenerator& random, Somewhere somewhere)
