@@ -104,7 +104,11 @@ void MiniPathItem::setPenWidth(int width)
 void MiniPathItem::invalidateGeometry()
 {
     m_boundsValid = false;
+    // The outline worked out for the old path (several kilobytes for a long
+    // stroke: the eraser works out the shapes of the strokes it meets) is
+    // let go now rather than kept until the shape is asked for again.
     m_shapeValid = false;
+    m_shape = QPainterPath();
 }
 
 QRectF MiniPathItem::boundingRect() const

@@ -1,4 +1,5 @@
 #include "canvas/minipathitem.h"
+#include "tests/support/heapusage.h"
 
 #include <QGraphicsScene>
 #include <QPainter>
@@ -266,6 +267,35 @@ private slots:
         QCOMPARE(item.path().elementCount(), 3);
         QCOMPARE(item.path().capacity(), 16);
         QCOMPARE(QPointF(item.path().elementAt(2)), QPointF(10, 0));
+    }
+
+    // A new path lets go of the outline worked out for the old one (the
+    // eraser works out the shapes of the strokes it meets; a stroke it cut
+    // kept a stale copy of its old outline until asked for a shape again).
+    void aNewPathLetsGoOfTheOldShape()
+    {
+        MiniPathItem item;
+        item.setPen(QPen(Qt::red, 8));
+        QPainterPath zigzag;
+        zigzag.moveTo(0, 0);
+        for (int i = 1; i <= 1000; ++i)
+            zigzag.lineTo(5 * i, 10 * (i % 2));
+        item.setPath(zigzag);
+        zigzag = QPainterPath();
+        const int outline = item.shape().elementCount();
+        QVERIFY(outline > 2000);
+        QPainterPath dash;
+        dash.moveTo(0, 0);
+        dash.lineTo(1, 0);
+        const qint64 before = HeapUsage::bytesInUse();
+        item.setPath(dash);
+        const qint64 freed = before - HeapUsage::bytesInUse();
+        // At least the old path's elements and its outline's.
+        const qint64 elements = qint64(1001 + outline) * qint64(sizeof(QPainterPath::Element));
+        QVERIFY2(
+            freed >= elements,
+            qPrintable(QStringLiteral("%1 bytes freed, %2 expected").arg(freed).arg(elements)));
+        QCOMPARE(item.shape().boundingRect(), QRectF(-2, -2, 5, 4));
     }
 
     void inAScene()
