@@ -413,8 +413,15 @@ bool MiniEraseOperModel::changedArea(const MiniPathItem* stroke, const QList<QPo
     bounds.reserve(pieces.size());
     for (const QPolygonF& piece : pieces)
         bounds.append(piece.boundingRect().adjusted(-margin, -margin, margin, margin));
+    // The comparison grows with the square of the pieces' size: the pieces
+    // of a stroke that a host drew with tens of thousands of points are not
+    // compared for seconds; the stroke is drawn again whole instead.
+    constexpr qint64 kComparisons = 1 << 20;
+    qint64 comparisons = 0;
     for (int i = 0; i < pieces.size(); ++i) {
         for (int j = i + 1; j < pieces.size(); ++j) {
+            if (++comparisons > kComparisons)
+                return false;
             if (!bounds.at(i).intersects(bounds.at(j)))
                 continue;
             const QPolygonF& first = pieces.at(i);
@@ -423,6 +430,9 @@ bool MiniEraseOperModel::changedArea(const MiniPathItem* stroke, const QList<QPo
                 const QRectF near = reach(first.at(a), first.at(a + 1));
                 if (!near.intersects(bounds.at(j)))
                     continue;
+                comparisons += second.size();
+                if (comparisons > kComparisons)
+                    return false;
                 for (int b = 0; b + 1 < second.size(); ++b) {
                     const QRectF other = reach(second.at(b), second.at(b + 1));
                     if (near.intersects(other))
