@@ -162,7 +162,8 @@ private slots:
                     .size(),
                 0, 20000);
         } else if (state == QLatin1String("popup")) {
-            QVERIFY(xdotoolOn(server.name(), clickAt(241, 966)));
+            // The pen is chosen at start: a click on it opens its popup (a
+            // second one would close it again).
             QVERIFY(xdotoolOn(server.name(), clickAt(241, 966)));
             // The popup opens above the toolbar.
             const QRect popupZone(80, 700, 400, 230);
