@@ -34,12 +34,54 @@ void MiniPathItem::setSinglePnt(bool singlePnt)
 
 QPainterPath MiniPathItem::path() const
 {
-    return m_path;
+    if (m_storage == WholePath)
+        return m_path;
+    const int count = m_points.size();
+    // Room for exactly the elements (a path made empty reserves 16). The move
+    // to the first point again marks the bounds for working out, which the
+    // constructor alone leaves at an empty rectangle at the origin.
+    QPainterPath path(m_points.first());
+    path.reserve(count);
+    path.moveTo(m_points.first());
+    for (int i = 1; i < count; ++i) {
+        if (typeAt(i) == QPainterPath::MoveToElement)
+            path.moveTo(m_points.at(i));
+        else
+            path.lineTo(m_points.at(i));
+    }
+    return path;
+}
+
+int MiniPathItem::elementCount() const
+{
+    return m_storage == WholePath ? m_path.elementCount() : m_points.size();
+}
+
+QPainterPath::ElementType MiniPathItem::typeAt(int i) const
+{
+    switch (m_storage) {
+    case WholePath:
+        return m_path.elementAt(i).type;
+    case Polyline:
+        break;
+    case Segments:
+        if (i % 2 == 0)
+            return QPainterPath::MoveToElement;
+        break;
+    }
+    return i == 0 ? QPainterPath::MoveToElement : QPainterPath::LineToElement;
+}
+
+QPointF MiniPathItem::pointAt(int i) const
+{
+    return m_storage == WholePath ? QPointF(m_path.elementAt(i)) : m_points.at(i);
 }
 
 void MiniPathItem::setPath(QPainterPath path)
 {
     m_path = std::move(path);
+    m_points = QPolygonF();
+    m_storage = WholePath;
     invalidateGeometry();
     update(QRectF());
     inkChanged();
@@ -48,7 +90,38 @@ void MiniPathItem::setPath(QPainterPath path)
 void MiniPathItem::squeezePath()
 {
     const int count = m_path.elementCount();
-    if (count == 0 || m_path.capacity() <= count)
+    if (m_storage != WholePath || count == 0)
+        return;
+    if (m_path.fillRule() == Qt::OddEvenFill) {
+        // Moves and lines only, in one of the patterns that need no types.
+        bool polyline = true;
+        bool segments = count % 2 == 0;
+        for (int i = 0; i < count && (polyline || segments); ++i) {
+            const QPainterPath::ElementType type = m_path.elementAt(i).type;
+            polyline = polyline &&
+                       type == (i == 0 ? QPainterPath::MoveToElement : QPainterPath::LineToElement);
+            segments = segments && type == (i % 2 == 0 ? QPainterPath::MoveToElement
+                                                       : QPainterPath::LineToElement);
+        }
+        if (polyline || segments) {
+            QPolygonF points;
+            points.reserve(count);
+            for (int i = 0; i < count; ++i)
+                points.append(QPointF(m_path.elementAt(i)));
+            QPainterPath whole = std::move(m_path);
+            m_path = QPainterPath();
+            m_points = std::move(points);
+            m_storage = polyline ? Polyline : Segments;
+            // Built again, the path drops a point that lies on the one before
+            // it; such a path stays whole.
+            if (path().elementCount() == count)
+                return;
+            m_path = std::move(whole);
+            m_points = QPolygonF();
+            m_storage = WholePath;
+        }
+    }
+    if (m_path.capacity() <= count)
         return;
     // Element by element: copying or appending a whole path would share its
     // storage instead.
@@ -116,7 +189,7 @@ QRectF MiniPathItem::boundingRect() const
     if (!m_boundsValid) {
         QPainterPathStroker stroker;
         stroker.setWidth(qreal(m_pen.width()));
-        m_boundingRect = stroker.createStroke(m_path).boundingRect();
+        m_boundingRect = stroker.createStroke(path()).boundingRect();
         m_boundsValid = true;
     }
     return m_boundingRect;
@@ -127,7 +200,7 @@ QPainterPath MiniPathItem::shape() const
     if (!m_shapeValid) {
         QPainterPathStroker stroker;
         stroker.setWidth(m_pen.width() * 0.5);
-        m_shape = stroker.createStroke(m_path);
+        m_shape = stroker.createStroke(path());
         m_shapeValid = true;
     }
     return m_shape;
@@ -139,18 +212,19 @@ void MiniPathItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
     Q_UNUSED(widget)
     painter->setPen(m_pen);
     if (m_singlePnt)
-        painter->fillPath(m_path, QBrush(m_pen.color(), Qt::SolidPattern));
+        painter->fillPath(path(), QBrush(m_pen.color(), Qt::SolidPattern));
     else
-        painter->drawPath(m_path);
+        painter->drawPath(path());
 }
 
 void MiniPathItem::paintInk(QPainter* painter) const
 {
     // Drawing a path leaves a cache of its converted points with the path's
     // shared data; moving an element onto itself detaches a private copy that
-    // takes the cache with it when it goes.
-    QPainterPath path(m_path);
-    if (!path.isEmpty()) {
+    // takes the cache with it when it goes. A path built from the points is
+    // private already.
+    QPainterPath path = this->path();
+    if (m_storage == WholePath && !path.isEmpty()) {
         const QPainterPath::Element first = path.elementAt(0);
         path.setElementPositionAt(0, first.x, first.y);
     }
@@ -164,7 +238,7 @@ void MiniPathItem::paintInk(QPainter* painter) const
 void MiniPathItem::paintInkWithin(QPainter* painter, const QRectF& bounds,
                                   const QVector<QRectF>& areas) const
 {
-    const int count = m_path.elementCount();
+    const int count = elementCount();
     if (m_singlePnt || count < 3 || isThin()) {
         paintInk(painter);
         return;
@@ -178,19 +252,19 @@ void MiniPathItem::paintInkWithin(QPainter* painter, const QRectF& bounds,
     };
     QPainterPath part;
     bool open = false;
-    QPointF last(m_path.elementAt(0));
+    QPointF last = pointAt(0);
     for (int i = 1; i < count; ++i) {
-        const QPainterPath::Element e = m_path.elementAt(i);
-        if (e.type == QPainterPath::MoveToElement) {
-            last = QPointF(e);
+        const QPainterPath::ElementType type = typeAt(i);
+        const QPointF p = pointAt(i);
+        if (type == QPainterPath::MoveToElement) {
+            last = p;
             open = false;
             continue;
         }
-        if (e.type != QPainterPath::LineToElement) {
+        if (type != QPainterPath::LineToElement) {
             paintInk(painter); // curves are drawn whole
             return;
         }
-        const QPointF p(e);
         const QRectF box = QRectF(last, p).normalized();
         bool near = meets(box, bounds);
         if (near && areas.size() > 1)
@@ -300,10 +374,63 @@ int MiniPathItem::type() const
 
 QPolygonF MiniPathItem::getPolygon() const
 {
-    QPolygonF polygon = m_path.toFillPolygon(QTransform());
+    QPolygonF polygon;
+    if (m_storage == WholePath) {
+        polygon = m_path.toFillPolygon(QTransform());
+    } else {
+        // Flattened as QPainterPath::toFillPolygon() does it: every subpath
+        // of two points or more, its first point again unless it ends
+        // there, and after each but the first, the path's first point.
+        const int count = m_points.size();
+        polygon.reserve(count + count / 2 + 2);
+        QPointF first;
+        int subpaths = 0;
+        for (int start = 0; start < count;) {
+            int end = start + 1;
+            while (end < count && typeAt(end) != QPainterPath::MoveToElement)
+                ++end;
+            if (end - start > 1) {
+                for (int i = start; i < end; ++i)
+                    polygon.append(m_points.at(i));
+                if (!(m_points.at(end - 1) == m_points.at(start)))
+                    polygon.append(m_points.at(start));
+                if (subpaths == 0)
+                    first = m_points.at(start);
+                else
+                    polygon.append(first);
+                ++subpaths;
+            }
+            start = end;
+        }
+    }
     if (polygon.isEmpty())
         return polygon;
     if (polygon.first() == polygon.last())
         polygon.removeLast();
     return polygon;
+}
+
+bool MiniPathItem::isPolyline() const
+{
+    if (m_storage != WholePath)
+        return m_storage == Polyline;
+    const int count = m_path.elementCount();
+    for (int i = 0; i < count; ++i) {
+        if (m_path.elementAt(i).type !=
+            (i == 0 ? QPainterPath::MoveToElement : QPainterPath::LineToElement))
+            return false;
+    }
+    return true;
+}
+
+bool MiniPathItem::isPolyline(const QPolygonF& polyline) const
+{
+    if (elementCount() != polyline.size() || !isPolyline())
+        return false;
+    for (int i = 0; i < polyline.size(); ++i) {
+        const QPointF point = pointAt(i);
+        if (point.x() != polyline.at(i).x() || point.y() != polyline.at(i).y())
+            return false;
+    }
+    return true;
 }

@@ -26,6 +26,8 @@ public:
     void setSinglePnt(bool singlePnt);
     bool isSinglePnt() const { return m_singlePnt; }
 
+    // A finished polyline or run of segments is kept as its points alone
+    // (see squeezePath()); its path is then built again on each call.
     QPainterPath path() const;
     // Replaces the path and schedules a repaint. The stroke only grows while
     // it is drawn and the scene keeps no index, so no geometry change is
@@ -33,7 +35,9 @@ public:
     void setPath(QPainterPath path);
     // Keeps the same path in storage that holds exactly its elements. A path
     // built point by point keeps room for more (at least 16 elements, 24
-    // bytes each), which a finished stroke no longer needs.
+    // bytes each), which a finished stroke no longer needs. A polyline, or a
+    // run of separate segments (a tail part), keeps only its points: 16 bytes
+    // a point and none of the path's own data (about 100 bytes).
     void squeezePath();
 
     QPen pen() const;
@@ -54,6 +58,11 @@ public:
     // The path flattened to its points, each vertex once: the closing point
     // that flattening repeats is dropped.
     virtual QPolygonF getPolygon() const;
+    // Whether the path is one polyline: a move, then lines only.
+    bool isPolyline() const;
+    // Whether the path is exactly this polyline: a move to its first point
+    // and a line to each further one, coordinates equal to the last bit.
+    bool isPolyline(const QPolygonF& polyline) const;
 
     // Draws the ink as paint() does, from a private copy of the path, so that
     // the item's own path keeps no drawing cache (a few kilobytes per path).
@@ -83,13 +92,22 @@ private:
     // both, so the results are kept until the path or the pen changes.
     void invalidateGeometry();
 
+    // How the path is kept: whole, or as points whose moves and lines follow
+    // a fixed pattern (then m_path is empty).
+    enum Storage : quint8 {
+        WholePath,
+        Polyline, // one move, then lines
+        Segments, // a move and a line, again and again
+    };
+    int elementCount() const;
+    QPainterPath::ElementType typeAt(int i) const;
+    QPointF pointAt(int i) const;
+
     QPen m_pen;
-    bool m_singlePnt = false;
     QPainterPath m_path;
+    QPolygonF m_points;
     mutable QRectF m_boundingRect;
     mutable QPainterPath m_shape;
-    mutable bool m_boundsValid = false;
-    mutable bool m_shapeValid = false;
 
     // Kept by the ink layer that draws the item (null outside the board's
     // scene): its order of entry into the scene, the scene pixels it covers,
@@ -110,4 +128,8 @@ private:
     quint16 m_inkFlags = 0;
     // How many steps of the board's history refer to the item.
     quint16 m_historyRefs = 0;
+    Storage m_storage = WholePath;
+    bool m_singlePnt = false;
+    mutable bool m_boundsValid = false;
+    mutable bool m_shapeValid = false;
 };

@@ -37,24 +37,6 @@ bool usablePosition(const QPointF& p)
     return false;
 }
 
-// Whether the stroke's path is exactly this polyline: one move and then a
-// line to each further point, coordinates equal to the last bit. Cutting a
-// stroke into that one piece would set the path it already has.
-bool isPathOf(const MiniPathItem* stroke, const QPolygonF& polyline)
-{
-    const QPainterPath& path = stroke->path();
-    if (path.elementCount() != polyline.size())
-        return false;
-    for (int i = 0; i < polyline.size(); ++i) {
-        const QPainterPath::Element element = path.elementAt(i);
-        const QPointF& point = polyline.at(i);
-        if (element.type != (i == 0 ? QPainterPath::MoveToElement : QPainterPath::LineToElement) ||
-            element.x != point.x() || element.y != point.y())
-            return false;
-    }
-    return true;
-}
-
 void collectDescendants(QGraphicsItem* item, QSet<QGraphicsItem*>& into)
 {
     const QList<QGraphicsItem*> children = item->childItems();
@@ -325,7 +307,7 @@ void MiniEraseOperModel::earse()
         // A stroke that the area only touches is often cut into exactly
         // itself: a piece that an earlier step ended on the area's edge, cut
         // there again. Nothing would change, so nothing is done.
-        if (pieces.size() == 1 && isPathOf(stroke, pieces.first()))
+        if (pieces.size() == 1 && stroke->isPolyline(pieces.first()))
             continue;
         // Comparing shapes is the costly part of finding what the eraser
         // touches; the answer is the same as collidingItems() would give.
@@ -391,12 +373,9 @@ bool MiniEraseOperModel::changedArea(const MiniPathItem* stroke, const QList<QPo
     // The pieces are polylines through the stroke's flattened outline: they
     // show what the stroke showed only when its path is one polyline (a
     // tail part holds one subpath per edge, which the flattening joins).
+    if (!stroke->isPolyline())
+        return false;
     const QPainterPath path = stroke->path();
-    for (int i = 0; i < path.elementCount(); ++i) {
-        if (path.elementAt(i).type !=
-            (i == 0 ? QPainterPath::MoveToElement : QPainterPath::LineToElement))
-            return false;
-    }
     // Pieces that come near each other are drawn one over the other where
     // the stroke was drawn once (it may run back over itself: what cutting a
     // tail part leaves, whose subpaths were joined through their points), so

@@ -5,6 +5,11 @@
 #include <QPainter>
 #include <QtTest>
 
+#include <memory>
+#include <vector>
+
+Q_DECLARE_METATYPE(QPainterPath)
+
 namespace {
 
 QImage render(MiniPathItem& item, const QSize& size = QSize(200, 200))
@@ -16,6 +21,25 @@ QImage render(MiniPathItem& item, const QSize& size = QSize(200, 200))
     item.paint(&painter, nullptr, nullptr);
     painter.end();
     return image;
+}
+
+// A move to the first point, then a line to each further one.
+QPainterPath polylinePath(const QVector<QPointF>& points)
+{
+    QPainterPath path;
+    path.addPolygon(QPolygonF(points));
+    return path;
+}
+
+// A move and a line for each pair of points.
+QPainterPath segmentsPath(const QVector<QPointF>& ends)
+{
+    QPainterPath path;
+    for (int i = 0; i + 1 < ends.size(); i += 2) {
+        path.moveTo(ends.at(i));
+        path.lineTo(ends.at(i + 1));
+    }
+    return path;
 }
 
 bool allTransparent(const QImage& image)
@@ -267,6 +291,136 @@ private slots:
         QCOMPARE(item.path().elementCount(), 3);
         QCOMPARE(item.path().capacity(), 16);
         QCOMPARE(QPointF(item.path().elementAt(2)), QPointF(10, 0));
+    }
+
+    // Finished polylines and runs of separate segments (the pen's tail parts)
+    // are kept as their points; everything the item gives is as before.
+    void finishedLinesAreTheSameItem_data()
+    {
+        QTest::addColumn<QPainterPath>("path");
+        QTest::newRow("polyline") << polylinePath(
+            {{0.25, 0.5}, {40.125, 10}, {80, 60.75}, {120.5, 20}});
+        QTest::newRow("loop") << polylinePath({{5, 5}, {120, 5}, {120, 120}, {5, 5}});
+        QTest::newRow("segments") << segmentsPath(
+            {{10, 10}, {50, 30}, {50, 30}, {90, 20}, {90, 20}, {130.5, 60.25}});
+        QTest::newRow("segments apart")
+            << segmentsPath({{10, 150}, {60, 150}, {100, 100}, {150, 180}});
+        QTest::newRow("one point") << polylinePath({{30, 30}});
+    }
+
+    void finishedLinesAreTheSameItem()
+    {
+        QFETCH(QPainterPath, path);
+        MiniPathItem whole;
+        whole.setPen(QPen(Qt::blue, 7));
+        whole.setPath(path);
+        MiniPathItem finished;
+        finished.setPen(QPen(Qt::blue, 7));
+        finished.setPath(path);
+        finished.squeezePath();
+
+        const QPainterPath kept = finished.path();
+        QCOMPARE(kept, path);
+        QCOMPARE(kept.elementCount(), path.elementCount());
+        QCOMPARE(kept.capacity(), path.elementCount());
+        for (int i = 0; i < path.elementCount(); ++i) {
+            QCOMPARE(kept.elementAt(i).type, path.elementAt(i).type);
+            QCOMPARE(kept.elementAt(i).x, path.elementAt(i).x);
+            QCOMPARE(kept.elementAt(i).y, path.elementAt(i).y);
+        }
+        QCOMPARE(kept.fillRule(), path.fillRule());
+        QCOMPARE(finished.getPolygon(), whole.getPolygon());
+        QCOMPARE(finished.boundingRect(), whole.boundingRect());
+        QCOMPARE(finished.shape(), whole.shape());
+        QCOMPARE(render(finished), render(whole));
+        const QVector<QRectF> areas{QRectF(30, 0, 20, 200)};
+        QImage within(200, 200, QImage::Format_ARGB32_Premultiplied);
+        within.fill(Qt::transparent);
+        QImage withinWhole = within;
+        QPainter painter(&within);
+        painter.setRenderHint(QPainter::Antialiasing);
+        finished.paintInkWithin(&painter, areas.first(), areas);
+        painter.end();
+        painter.begin(&withinWhole);
+        painter.setRenderHint(QPainter::Antialiasing);
+        whole.paintInkWithin(&painter, areas.first(), areas);
+        painter.end();
+        QCOMPARE(within, withinWhole);
+
+        // A new path replaces the points.
+        QPainterPath other;
+        other.moveTo(1, 1);
+        other.quadTo(20, 40, 60, 2);
+        finished.setPath(other);
+        QCOMPARE(finished.path(), other);
+        finished.squeezePath();
+        QCOMPARE(finished.path(), other);
+    }
+
+    // Whether the path is one polyline, and exactly a given one, whole or
+    // kept as points.
+    void polylineQueries()
+    {
+        const QPolygonF points(QVector<QPointF>{QPointF(0, 0), QPointF(10, 0), QPointF(10, 10.5)});
+        const QPainterPath polyline = polylinePath(points);
+        const QPainterPath segments = segmentsPath({{0, 0}, {10, 0}, {10, 0}, {10, 10.5}});
+        QPainterPath curve;
+        curve.moveTo(0, 0);
+        curve.quadTo(10, 0, 10, 10.5);
+        for (bool finished : {false, true}) {
+            MiniPathItem item;
+            item.setPath(polyline);
+            if (finished)
+                item.squeezePath();
+            QVERIFY(item.isPolyline());
+            QVERIFY(item.isPolyline(points));
+            QPolygonF off = points;
+            off[2].ry() += 1e-9;
+            QVERIFY(!item.isPolyline(off));
+            QVERIFY(!item.isPolyline(points.mid(0, 2)));
+
+            item.setPath(segments);
+            if (finished)
+                item.squeezePath();
+            QVERIFY(!item.isPolyline());
+            QVERIFY(!item.isPolyline(QPolygonF(QVector<QPointF>{
+                QPointF(0, 0), QPointF(10, 0), QPointF(10, 0), QPointF(10, 10.5)})));
+
+            item.setPath(curve);
+            if (finished)
+                item.squeezePath();
+            QVERIFY(!item.isPolyline());
+        }
+    }
+
+    // The points of a finished tail part take 16 bytes each instead of a
+    // path element's 24, and the path's own data is gone.
+    void finishedSegmentsKeepOnlyTheirPoints()
+    {
+        constexpr int kItems = 500;
+        std::vector<std::unique_ptr<MiniPathItem>> items;
+        for (int i = 0; i < kItems; ++i) {
+            QPainterPath tail;
+            tail.reserve(6);
+            for (int j = 0; j < 3; ++j) {
+                tail.moveTo(i + 10 * j, j);
+                tail.lineTo(i + 10 * j + 10, j + 1);
+            }
+            items.push_back(std::make_unique<MiniPathItem>());
+            items.back()->setPath(tail);
+        }
+        const qint64 before = HeapUsage::bytesInUse();
+        for (const auto& item : items)
+            item->squeezePath();
+        const qint64 freed = before - HeapUsage::bytesInUse();
+        const qint64 perElement = qint64(sizeof(QPainterPath::Element) - sizeof(QPointF));
+        const qint64 elements = qint64(kItems) * 6 * perElement;
+        QVERIFY2(
+            freed >= elements,
+            qPrintable(QStringLiteral("%1 bytes freed, %2 expected").arg(freed).arg(elements)));
+        QCOMPARE(items.front()->path().elementCount(), 6);
+        QCOMPARE(items.front()->path().elementAt(4).type, QPainterPath::MoveToElement);
+        QCOMPARE(QPointF(items.front()->path().elementAt(5)), QPointF(30, 3));
     }
 
     // A new path lets go of the outline worked out for the old one (the
