@@ -536,6 +536,7 @@ void InkLayer::bakeInPlace(MiniPathItem* item)
     item->m_inkState = Baked;
     item->m_inkBand = qint8(bandOf(item->zValue()));
     gridInsert(m_bands[item->m_inkBand], item);
+    item->releaseCacheRecord();
 }
 
 // ---------------------------------------------------------------------------
@@ -676,6 +677,7 @@ void InkLayer::flush(QGraphicsView* view)
             item->m_inkState = Baked;
             item->m_inkBand = qint8(bandIndex);
             gridInsert(band, item);
+            item->releaseCacheRecord();
             if (!band.hasMax || above(item, band.maxZ, band.maxSeq)) {
                 band.maxZ = item->zValue();
                 band.maxSeq = item->m_inkSeq;

@@ -9,6 +9,10 @@
 #include <QPainter>
 #include <QPainterPathStroker>
 
+#ifdef SKEDA_QT_PRIVATE_HEADERS
+#include <QtWidgets/private/qgraphicsitem_p.h>
+#endif
+
 MiniPathItem::MiniPathItem(QGraphicsItem* parent)
     : QGraphicsItem(parent)
 {
@@ -182,6 +186,26 @@ void MiniPathItem::invalidateGeometry()
     // let go now rather than kept until the shape is asked for again.
     m_shapeValid = false;
     m_shape = QPainterPath();
+}
+
+void MiniPathItem::releaseCacheRecord()
+{
+#ifdef SKEDA_QT_PRIVATE_HEADERS
+    // The layout of Qt's private data is that of the Qt the library was
+    // built against; with any other Qt the record stays.
+    static const bool sameQt = qstrcmp(qVersion(), QT_VERSION_STR) == 0;
+    if (!sameQt)
+        return;
+    QGraphicsItemPrivate* d = QGraphicsItemPrivate::get(this);
+    auto* cache = static_cast<QGraphicsItemCache*>(
+        qvariant_cast<void*>(d->extra(QGraphicsItemPrivate::ExtraCacheData)));
+    // A record that holds pixmaps (the item was painted by Qt) stays.
+    if (!cache || cache->key.isValid() || !cache->deviceData.isEmpty())
+        return;
+    delete cache;
+    d->unsetExtra(QGraphicsItemPrivate::ExtraCacheData);
+    d->extras.squeeze();
+#endif
 }
 
 QRectF MiniPathItem::boundingRect() const
