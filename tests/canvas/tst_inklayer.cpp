@@ -487,12 +487,14 @@ private slots:
         view.setSceneRect(loose->sceneBoundingRect());
         view.show();
         QVERIFY(QTest::qWaitForWindowExposed(&view));
+        // The plain scene holds the one item: any pixel of its ink shows it.
         const QImage shown = view.viewport()->grab().toImage();
         int inked = 0;
-        for (const QPointF& point : loose->getPolygon()) {
-            const QPoint at = view.mapFromScene(point);
-            if (shown.rect().contains(at) && shown.pixelColor(at) == kInks[0])
-                ++inked;
+        for (int y = 0; y < shown.height(); ++y) {
+            for (int x = 0; x < shown.width(); ++x) {
+                if (shown.pixelColor(x, y) == kInks[0])
+                    ++inked;
+            }
         }
         QVERIFY2(inked > 0, "the item taken off the board is not painted");
     }
