@@ -178,7 +178,9 @@ void BoardHistory::takeErased(const QList<MiniPathItem*>& strokes)
     if (!doomed.isEmpty()) {
         forget(doomed);
         for (QGraphicsItem* item : qAsConst(doomed)) {
-            if (QGraphicsScene* owner = item->scene())
+            if (item->scene() == m_scene)
+                m_scene->removeItemKeepingOrder(item);
+            else if (QGraphicsScene* owner = item->scene())
                 owner->removeItem(item);
             delete item;
         }
@@ -284,8 +286,11 @@ void BoardHistory::detach(const QList<MiniPathItem*>& items)
         ink->clear();
     // Newest first: Qt takes each from the end of its lists.
     for (int i = items.size() - 1; i >= 0; --i) {
-        if (QGraphicsScene* owner = items.at(i)->scene())
-            owner->removeItem(items.at(i));
+        MiniPathItem* item = items.at(i);
+        if (item->scene() == m_scene)
+            m_scene->removeItemKeepingOrder(item);
+        else if (QGraphicsScene* owner = item->scene())
+            owner->removeItem(item);
     }
 }
 

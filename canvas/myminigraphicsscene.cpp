@@ -9,6 +9,10 @@
 #include <QPainter>
 #include <QStyleOptionGraphicsItem>
 
+#ifdef SKEDA_QT_PRIVATE_HEADERS
+#include <QtWidgets/private/qgraphicsscene_p.h>
+#endif
+
 MyMiniGraphicsScene::MyMiniGraphicsScene(QObject* parent)
     : QGraphicsScene(parent)
     , m_ink(new InkLayer(this, MiniEraseOperModel::EarseZValue))
@@ -29,6 +33,28 @@ MyMiniGraphicsScene::~MyMiniGraphicsScene()
     m_ink->clear();
     clear();
     delete m_ink;
+}
+
+void MyMiniGraphicsScene::removeItemKeepingOrder(QGraphicsItem* item)
+{
+#ifdef SKEDA_QT_PRIVATE_HEADERS
+    // The layout of Qt's private data is that of the Qt the library was
+    // built against; with any other Qt the scene sorts as it always does.
+    static const bool sameQt = qstrcmp(qVersion(), QT_VERSION_STR) == 0;
+    if (sameQt) {
+        auto* d = static_cast<QGraphicsScenePrivate*>(d_ptr.data());
+        // The list is in the order of addition. Sorting it by z is the one
+        // thing that clears the request to sort it by z, which every
+        // addition makes: if the request is still there afterwards, nothing
+        // sorted the list while the item was taken out.
+        const bool inOrder = d->topLevelSequentialOrdering && d->needSortTopLevelItems;
+        removeItem(item);
+        if (inOrder && d->needSortTopLevelItems)
+            d->topLevelSequentialOrdering = true;
+        return;
+    }
+#endif
+    removeItem(item);
 }
 
 qint64 MyMiniGraphicsScene::getNewZValue()

@@ -132,7 +132,9 @@ void MyMiniGraphicsView::deleteItems(const QList<QGraphicsItem*>& items)
             topLevel.append(item);
     }
     for (QGraphicsItem* item : qAsConst(topLevel)) {
-        if (QGraphicsScene* owner = item->scene())
+        if (auto* board = dynamic_cast<MyMiniGraphicsScene*>(item->scene()))
+            board->removeItemKeepingOrder(item);
+        else if (QGraphicsScene* owner = item->scene())
             owner->removeItem(item);
         delete item;
     }

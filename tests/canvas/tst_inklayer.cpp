@@ -499,6 +499,87 @@ private slots:
         QVERIFY2(inked > 0, "the item taken off the board is not painted");
     }
 
+    // Qt stacks the items by z, then in the order they were added. Strokes
+    // taken out from the middle of the board (erased, deleted) and strokes
+    // added after them keep that order, whether or not Qt sorted its items
+    // by z in between; a later change of z shows the order of addition.
+    void stackingAfterRemovalsFromTheMiddle()
+    {
+        struct Entry
+        {
+            MiniPathItem* item;
+            int added;
+        };
+        QVector<Entry> entries;
+        auto add = [&](int x, qreal z) {
+            MiniPathItem* item = addPolyline({QPointF(x, 300), QPointF(x + 2, 300)},
+                                             QPen(kInks[entries.size() % 4], 6), z);
+            entries.append({item, entries.size()});
+            return item;
+        };
+        auto remove = [&](MiniPathItem* item) {
+            for (int i = 0; i < entries.size(); ++i) {
+                if (entries.at(i).item == item)
+                    entries.remove(i);
+            }
+        };
+        auto expected = [&] {
+            QVector<Entry> sorted = entries;
+            std::stable_sort(sorted.begin(), sorted.end(), [](const Entry& a, const Entry& b) {
+                return a.item->zValue() < b.item->zValue() ||
+                       (a.item->zValue() == b.item->zValue() && a.added < b.added);
+            });
+            QList<QGraphicsItem*> order;
+            for (const Entry& entry : qAsConst(sorted))
+                order.append(entry.item);
+            return order;
+        };
+        auto stacked = [&] {
+            return m_scene->items(QRectF(0, 0, 2000, 2000), Qt::IntersectsItemBoundingRect,
+                                  Qt::AscendingOrder);
+        };
+        auto eraseAt = [&](int x) {
+            m_view->setTool(MyMiniGraphicsView::EraseTool);
+            QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(x + 1, 300));
+            QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(x + 1, 300));
+            m_view->setTool(MyMiniGraphicsView::PenTool);
+        };
+
+        const qreal zs[] = {5, 3, 5, 3, 7, 5, 3, 7};
+        QVector<MiniPathItem*> first;
+        for (int i = 0; i < 8; ++i)
+            first.append(add(100 + 100 * i, zs[i]));
+
+        // Taken out and added without Qt sorting by z in between.
+        m_view->deleteItems({first.at(2)});
+        remove(first.at(2));
+        MiniPathItem* late = add(1000, 5);
+        eraseAt(500);
+        remove(first.at(4));
+        QCOMPARE(m_scene->items().size(), entries.size());
+        MiniPathItem* later = add(1100, 3);
+        QCOMPARE(stacked(), expected());
+
+        // Qt has sorted by z now: taken out and added again.
+        m_view->deleteItems({first.at(6)});
+        remove(first.at(6));
+        add(1200, 1);
+        QCOMPARE(stacked(), expected());
+        eraseAt(100);
+        remove(first.at(0));
+        add(1300, 7);
+        QCOMPARE(stacked(), expected());
+
+        // Ties: the one added later lies on top.
+        first.at(1)->setZValue(5);
+        later->setZValue(5);
+        first.at(3)->setZValue(9);
+        late->setZValue(9);
+        QCOMPARE(stacked(), expected());
+        QCOMPARE(m_scene->items().size(), entries.size());
+        QVERIFY(sameAsScene());
+    }
+
     // The property: after any random sequence of board actions the board
     // shows exactly its scene.
     // SKEDA_INK_SESSIONS sets how many sessions run (6 by default).
