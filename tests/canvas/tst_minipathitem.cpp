@@ -256,6 +256,56 @@ private slots:
         QCOMPARE(qAlpha(paint(false, false).pixel(100, 100)), 255);
     }
 
+    // Many areas, as an eraser step's region gives them (in bands from top
+    // to bottom, or in any other order): the same pixels within them as the
+    // whole stroke, and nothing from segments that reach none of them.
+    void paintWithinManyAreas()
+    {
+        MiniPathItem item;
+        item.setPen(QPen(Qt::black, 6));
+        QPainterPath wave;
+        wave.moveTo(5, 100);
+        for (int x = 10; x <= 195; x += 5)
+            wave.lineTo(x, 100 + 80 * std::sin(x / 15.0));
+        item.setPath(wave);
+        QRegion region;
+        for (int i = 0; i < 12; ++i)
+            region += QRect(10 + 15 * i, 15 * i, 12, 12);
+        region += QRect(150, 20, 30, 8);
+        QVector<QRectF> banded;
+        for (const QRect& rect : region)
+            banded.append(QRectF(rect));
+        QVERIFY(banded.size() > 10);
+        QVector<QRectF> reversed(banded.crbegin(), banded.crend());
+        const QRectF bounds = region.boundingRect();
+
+        auto paint = [&](const QVector<QRectF>* areas, bool clipped) {
+            QImage image(200, 200, QImage::Format_ARGB32_Premultiplied);
+            image.fill(Qt::transparent);
+            QPainter painter(&image);
+            painter.setRenderHint(QPainter::Antialiasing);
+            if (clipped)
+                painter.setClipRegion(region);
+            if (areas)
+                item.paintInkWithin(&painter, bounds, *areas);
+            else
+                item.paintInk(&painter);
+            return image;
+        };
+        const QImage whole = paint(nullptr, true);
+        QCOMPARE(paint(&banded, true), whole);
+        QCOMPARE(paint(&reversed, true), whole);
+        const QImage free = paint(&banded, false);
+        QCOMPARE(paint(&reversed, false), free);
+        // The wave runs through the area at x 55..66, rows 45..56 (at x = 57
+        // it is at y = 51.1): drawn there. At x = 47 it crosses y = 100
+        // (sin(pi)), more than 40 pixels from every area: left out.
+        QCOMPARE(qAlpha(whole.pixel(57, 51)), 255);
+        QCOMPARE(qAlpha(free.pixel(57, 51)), 255);
+        QCOMPARE(qAlpha(free.pixel(47, 100)), 0);
+        QCOMPARE(qAlpha(paint(nullptr, false).pixel(47, 100)), 255);
+    }
+
     // A finished path keeps exactly its elements, and is the same path.
     void squeezedPathIsTheSamePath()
     {
