@@ -194,7 +194,8 @@ void MiniPathItem::releaseCacheRecord()
     // The layout of Qt's private data is that of the Qt the library was
     // built against; with any other Qt the record stays.
     static const bool sameQt = qstrcmp(qVersion(), QT_VERSION_STR) == 0;
-    if (!sameQt)
+    // An item coordinate cache keeps its size in the record.
+    if (!sameQt || cacheMode() != DeviceCoordinateCache)
         return;
     QGraphicsItemPrivate* d = QGraphicsItemPrivate::get(this);
     auto* cache = static_cast<QGraphicsItemCache*>(
