@@ -85,7 +85,7 @@ private:
     void joinInk();
     void leaveInk();
     // Gives back the record Qt allocates for the item's pixmap cache (its
-    // cache mode asks for one; the first update() makes it): two blocks of
+    // cache mode asks for one; the first update() makes it): two blocks,
     // 128 bytes in all, for pixmaps that an item the ink layer draws never
     // has. The cache mode stays; Qt makes a new record when it needs one.
     void releaseCacheRecord();

@@ -43,10 +43,11 @@ void MyMiniGraphicsScene::removeItemKeepingOrder(QGraphicsItem* item)
     static const bool sameQt = qstrcmp(qVersion(), QT_VERSION_STR) == 0;
     if (sameQt) {
         auto* d = static_cast<QGraphicsScenePrivate*>(d_ptr.data());
-        // The list is in the order of addition. Sorting it by z is the one
-        // thing that clears the request to sort it by z, which every
-        // addition makes: if the request is still there afterwards, nothing
-        // sorted the list while the item was taken out.
+        // Qt's mark says the list is in the order of addition. Sorting it by
+        // z is the one thing that clears the request to sort it by z, which
+        // every addition makes: if the request is still there afterwards,
+        // nothing sorted the list while the item was taken out, and taking
+        // an item out keeps the others in order.
         const bool inOrder = d->topLevelSequentialOrdering && d->needSortTopLevelItems;
         removeItem(item);
         if (inOrder && d->needSortTopLevelItems)

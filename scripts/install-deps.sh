@@ -7,7 +7,7 @@ packages=(
   # build
   cmake g++ make ninja-build
   qtbase5-dev qtbase5-dev-tools qtdeclarative5-dev libqt5x11extras5-dev
-  # headers only: a finished stroke gives back Qt's per-item cache record
+  # headers only: Qt's per-item cache record and its re-sort after removals
   qtbase5-private-dev
   # Qt Linguist's lrelease and its CMake macros, for the message catalogues
   qttools5-dev qttools5-dev-tools
