@@ -23,6 +23,26 @@ QImage render(MiniPathItem& item, const QSize& size = QSize(200, 200))
     return image;
 }
 
+// The item's ink in a 200x200 image, antialiased, clipped to `clip` unless
+// that is empty: the whole stroke, or, when `areas` are given, only what it
+// draws near them (`bounds` holds them all).
+QImage inkImage(const MiniPathItem& item, const QRegion& clip, const QRectF& bounds = QRectF(),
+                const QVector<QRectF>* areas = nullptr)
+{
+    QImage image(200, 200, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (!clip.isEmpty())
+        painter.setClipRegion(clip);
+    if (areas)
+        item.paintInkWithin(&painter, bounds, *areas);
+    else
+        item.paintInk(&painter);
+    painter.end();
+    return image;
+}
+
 // A move to the first point, then a line to each further one.
 QPainterPath polylinePath(const QVector<QPointF>& points)
 {
@@ -229,17 +249,7 @@ private slots:
             clip += area.toAlignedRect();
 
         auto paint = [&](bool within, bool clipped) {
-            QImage image(200, 200, QImage::Format_ARGB32_Premultiplied);
-            image.fill(Qt::transparent);
-            QPainter painter(&image);
-            painter.setRenderHint(QPainter::Antialiasing);
-            if (clipped)
-                painter.setClipRegion(clip);
-            if (within)
-                item.paintInkWithin(&painter, bounds, areas);
-            else
-                item.paintInk(&painter);
-            return image;
+            return inkImage(item, clipped ? clip : QRegion(), bounds, within ? &areas : nullptr);
         };
         const QImage whole = paint(false, true);
         QCOMPARE(paint(true, true), whole);
@@ -280,17 +290,7 @@ private slots:
         const QRectF bounds = region.boundingRect();
 
         auto paint = [&](const QVector<QRectF>* areas, bool clipped) {
-            QImage image(200, 200, QImage::Format_ARGB32_Premultiplied);
-            image.fill(Qt::transparent);
-            QPainter painter(&image);
-            painter.setRenderHint(QPainter::Antialiasing);
-            if (clipped)
-                painter.setClipRegion(region);
-            if (areas)
-                item.paintInkWithin(&painter, bounds, *areas);
-            else
-                item.paintInk(&painter);
-            return image;
+            return inkImage(item, clipped ? region : QRegion(), bounds, areas);
         };
         const QImage whole = paint(nullptr, true);
         QCOMPARE(paint(&banded, true), whole);
@@ -384,18 +384,8 @@ private slots:
         QCOMPARE(finished.shape(), whole.shape());
         QCOMPARE(render(finished), render(whole));
         const QVector<QRectF> areas{QRectF(30, 0, 20, 200)};
-        QImage within(200, 200, QImage::Format_ARGB32_Premultiplied);
-        within.fill(Qt::transparent);
-        QImage withinWhole = within;
-        QPainter painter(&within);
-        painter.setRenderHint(QPainter::Antialiasing);
-        finished.paintInkWithin(&painter, areas.first(), areas);
-        painter.end();
-        painter.begin(&withinWhole);
-        painter.setRenderHint(QPainter::Antialiasing);
-        whole.paintInkWithin(&painter, areas.first(), areas);
-        painter.end();
-        QCOMPARE(within, withinWhole);
+        QCOMPARE(inkImage(finished, QRegion(), areas.first(), &areas),
+                 inkImage(whole, QRegion(), areas.first(), &areas));
 
         // A new path replaces the points.
         QPainterPath other;
