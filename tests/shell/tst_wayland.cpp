@@ -76,7 +76,8 @@ bool isDimmed(const QColor& seen)
 }
 
 // The box of the white pixels in the 150 rows below row `row`: the
-// screenshot overlay's confirm bar, and not the toolbar further down.
+// screenshot overlay's confirm bar once it shows (or the prompt's white text
+// before), and not the toolbar further down.
 QRect whiteBelow(const QImage& image, int row)
 {
     QRect box;
@@ -430,15 +431,22 @@ private slots:
         QVERIFY(click(toolbarButton(4)));
         QTRY_VERIFY_WITH_TIMEOUT(isDimmed(m_sway.grab().pixelColor(5, 5)), 10000);
         // The first drag selects from its press to its release, both
-        // included; the confirm bar then shows under the selection, its
-        // confirm button on the right.
+        // included; the confirm bar then shows centred under the selection,
+        // its confirm button on the right. Until the overlay has had the
+        // drag, the white below the selection is the prompt's text: the bar
+        // is known by its place and size.
         const QRect selection(QPoint(250, 100), QPoint(700, 350));
         QVERIFY(dragInSteps(selection.topLeft(), selection.bottomRight()));
         m_pointer.move(parked(m_sway.size()));
         QVERIFY(m_pointer.sync());
-        QRect bar;
-        QTRY_VERIFY_WITH_TIMEOUT(!(bar = whiteBelow(m_sway.grab(), selection.bottom())).isEmpty(),
-                                 10000);
+        const Common* common = Common::getInstance();
+        const QSize barSize = common->getNewSize(136, 82);
+        const QRect bar(
+            QPoint(selection.left() +
+                       ((selection.right() - selection.left()) - (barSize.width() - 1)) / 2,
+                   selection.bottom() + common->getNewSize(15)),
+            barSize);
+        QTRY_COMPARE_WITH_TIMEOUT(whiteBelow(m_sway.grab(), selection.bottom()), bar, 10000);
         saveForDocs(QStringLiteral("wayland-screenshot.png"));
         QVERIFY(click(QPoint(bar.right() - bar.width() / 4, bar.center().y())));
         QTRY_VERIFY_WITH_TIMEOUT((out += host.readAllStandardOutput()).contains("shot "), 10000);
