@@ -9,6 +9,7 @@
 #include <QWidget>
 
 #include <cstdlib>
+#include <cstring>
 
 // What the board should show: the scene's items painted one by one by their
 // own paint(), in Qt's stacking order (z value, then order of entry), into a
@@ -92,6 +93,9 @@ inline Difference compare(const QImage& a, const QImage& b, int tolerance = 3)
     for (int y = 0; y < a.height(); ++y) {
         const QRgb* lineA = reinterpret_cast<const QRgb*>(a.constScanLine(y));
         const QRgb* lineB = reinterpret_cast<const QRgb*>(b.constScanLine(y));
+        // Most rows are alike: one library call each, whatever the build.
+        if (std::memcmp(lineA, lineB, size_t(a.width()) * sizeof(QRgb)) == 0)
+            continue;
         for (int x = 0; x < a.width(); ++x) {
             if (lineA[x] == lineB[x])
                 continue;
