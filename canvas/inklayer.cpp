@@ -751,28 +751,45 @@ void InkLayer::redraw(Band& band, const QRegion& sceneRegion)
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     painter.setClipRegion(device);
 
+    // Every item whose ink meets the area's box; which of the area's
+    // rectangles each one meets is found below, once per item.
+    const QRect deviceBounds = device.boundingRect();
     QVector<MiniPathItem*> items;
     ++m_visit;
-    forEachInGrid(band, toScene(device.boundingRect()), [&](MiniPathItem* item) {
-        if (item->isVisible() && device.intersects(toDevice(item->m_inkRect)))
+    forEachInGrid(band, toScene(deviceBounds), [&](MiniPathItem* item) {
+        if (item->isVisible() && deviceBounds.intersects(toDevice(item->m_inkRect)))
             items.append(item);
     });
     std::sort(items.begin(), items.end(),
               [](MiniPathItem* a, MiniPathItem* b) { return above(b, a->zValue(), a->m_inkSeq); });
     // Only the part of each item near the redrawn area is drawn: a long
     // stroke crossing a small area costs a few segments, not all of them.
-    // The areas are tested one by one: the region of an eraser step is a
-    // few dozen small rectangles spread over a box several times their area.
+    // The region of an eraser step is a few dozen small rectangles spread
+    // over a box several times their area; an item's segments are tested
+    // against the few of them that its ink meets.
     const QTransform toScene = m_toDevice.inverted();
-    const QRectF bounds = toScene.mapRect(QRectF(device.boundingRect()));
+    const QVector<QRect> rects(device.begin(), device.end());
     QVector<QRectF> areas;
-    areas.reserve(device.rectCount());
-    for (const QRect& rect : device)
+    areas.reserve(rects.size());
+    for (const QRect& rect : rects)
         areas.append(toScene.mapRect(QRectF(rect)));
+    QVector<QRectF> near;
+    near.reserve(areas.size());
     for (MiniPathItem* item : qAsConst(items)) {
+        const QRect ink = toDevice(item->m_inkRect);
+        near.clear();
+        QRectF nearBounds;
+        for (int i = 0; i < rects.size(); ++i) {
+            if (rects.at(i).intersects(ink)) {
+                near.append(areas.at(i));
+                nearBounds |= areas.at(i);
+            }
+        }
+        if (near.isEmpty())
+            continue;
         painter.setWorldTransform(m_toDevice);
         if (item->sceneTransform().isIdentity() && item->effectiveOpacity() >= 1.0)
-            item->paintInkWithin(&painter, bounds, areas);
+            item->paintInkWithin(&painter, nearBounds, near);
         else
             paintItem(item, &painter);
     }
