@@ -13,6 +13,7 @@
 #include <QBrush>
 #include <QGraphicsPathItem>
 #include <QGraphicsPixmapItem>
+#include <QLineF>
 #include <QMouseEvent>
 #include <QPainterPath>
 #include <QPen>
@@ -303,7 +304,8 @@ void MiniEraseOperModel::earse()
         if (!stroke || stroke->parentItem())
             continue;
         QRectF cutSegments;
-        const QList<QPolygonF> pieces = cutPolygon(stroke->getPolygon(), area, &cutSegments);
+        const QPolygonF polyline = stroke->getPolygon();
+        const QList<QPolygonF> pieces = cutPolygon(polyline, area, &cutSegments);
         // A stroke that the area only touches is often cut into exactly
         // itself: a piece that an earlier step ended on the area's edge, cut
         // there again. Nothing would change, so nothing is done.
@@ -311,7 +313,10 @@ void MiniEraseOperModel::earse()
             continue;
         // Comparing shapes is the costly part of finding what the eraser
         // touches; the answer is the same as collidingItems() would give.
-        if (board && !m_earsePathItem->collidesWithItem(stroke, Qt::IntersectsItemShape))
+        // Most strokes the eraser cuts reach deep into the swept area, where
+        // the answer is known without the comparison.
+        if (board && !surelyCollides(m_earsePathItem, area, stroke, polyline) &&
+            !m_earsePathItem->collidesWithItem(stroke, Qt::IntersectsItemShape))
             continue;
         if (pieces.isEmpty()) {
             collectDescendants(stroke, deleted);
@@ -429,6 +434,62 @@ bool MiniEraseOperModel::changedArea(const MiniPathItem* stroke, const QList<QPo
     *area = changed.isNull() ? QRect()
                              : changed.adjusted(-margin, -margin, margin, margin).toAlignedRect();
     return true;
+}
+
+bool MiniEraseOperModel::surelyCollides(const QGraphicsPathItem* probe, const QPolygonF& area,
+                                        const MiniPathItem* stroke, const QPolygonF& polyline)
+{
+    // Qt compares the stroke's shape (its polyline stroked at half the pen's
+    // width) with the probe's (the swept area filled, and its outline
+    // stroked with the probe's pen), both unclipped, top-level and untransformed
+    // here. Deep inside the area only the area's fill counts. A stroke whose
+    // shape has a point there meets the probe: either the two outlines cross,
+    // or the stroke's outline lies wholly inside the probe's shape; Qt finds
+    // both. A point that ends a segment has the stroke's outline half its
+    // shape's width away.
+    if (!probe || !stroke || probe->parentItem() || stroke->parentItem() || probe->isClipped() ||
+        stroke->isClipped() || !probe->sceneTransform().isIdentity() ||
+        !stroke->sceneTransform().isIdentity() || !stroke->isPolyline() || polyline.size() < 2 ||
+        area.size() < 4 || area.first() != area.last())
+        return false;
+    const QPen probePen = probe->pen();
+    qreal probeReach = probePen.style() == Qt::NoPen ? 0 : qMax(qreal(0), probePen.widthF()) / 2;
+    // A mitred corner reaches out to the miter limit.
+    if (probePen.joinStyle() == Qt::MiterJoin || probePen.joinStyle() == Qt::SvgMiterJoin)
+        probeReach *= qMax(qreal(1), probePen.miterLimit());
+    // QPainterPathStroker takes a width of zero or less as one.
+    const qreal shapeWidth = stroke->pen().width() * 0.5;
+    const qreal shapeReach = (shapeWidth > 0 ? shapeWidth : 1) / 2;
+    const qreal margin = probeReach + shapeReach + 1;
+    if (!std::isfinite(margin))
+        return false;
+    const auto segmentEndsAt = [&polyline](int i) {
+        const auto longEnough = [](const QPointF& a, const QPointF& b) {
+            return QLineF(a, b).length() >= 0.5;
+        };
+        return (i > 0 && longEnough(polyline.at(i - 1), polyline.at(i))) ||
+               (i + 1 < polyline.size() && longEnough(polyline.at(i), polyline.at(i + 1)));
+    };
+    const auto deepInside = [&area, margin](const QPointF& p) {
+        if (!std::isfinite(p.x()) || !std::isfinite(p.y()) || !polygonContainsPoint(area, p))
+            return false;
+        for (int i = 0; i + 1 < area.size(); ++i) {
+            const QPointF a = area.at(i);
+            const QPointF b = area.at(i + 1);
+            const QPointF ab = b - a;
+            const qreal lengthSquared = QPointF::dotProduct(ab, ab);
+            qreal t = lengthSquared > 0 ? QPointF::dotProduct(p - a, ab) / lengthSquared : 0;
+            t = qBound(qreal(0), t, qreal(1));
+            if (!(QLineF(p, a + ab * t).length() > margin))
+                return false;
+        }
+        return true;
+    };
+    for (int i = 0; i < polyline.size(); ++i) {
+        if (deepInside(polyline.at(i)) && segmentEndsAt(i))
+            return true;
+    }
+    return false;
 }
 
 QList<QPolygonF> MiniEraseOperModel::cutPolygon(const QPolygonF& pts, const QPolygonF& area,

@@ -57,6 +57,14 @@ public:
     // the bounds of the segments that were cut or dropped are added to it.
     static QList<QPolygonF> cutPolygon(const QPolygonF& pts, const QPolygonF& area,
                                        QRectF* changed = nullptr);
+    // True only when probe->collidesWithItem(stroke, Qt::IntersectsItemShape)
+    // is true, told without Qt's shape test: a point of the stroke's
+    // polyline (`polyline`, its getPolygon()) that ends a segment lies inside
+    // the swept area (`area`, the probe's path as a closed polygon) farther
+    // from every edge than the probe's pen and the stroke's shape reach.
+    // False tells nothing.
+    static bool surelyCollides(const QGraphicsPathItem* probe, const QPolygonF& area,
+                               const MiniPathItem* stroke, const QPolygonF& polyline);
     // Replaces the top-level stroke item by the pieces: no piece deletes it;
     // otherwise it keeps the first piece, pen and z value, and every further
     // piece of two or more points becomes a new item with the same pen and
