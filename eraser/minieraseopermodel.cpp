@@ -449,8 +449,8 @@ bool MiniEraseOperModel::surelyCollides(const QGraphicsPathItem* probe, const QP
     // shape's width away.
     if (!probe || !stroke || probe->parentItem() || stroke->parentItem() || probe->isClipped() ||
         stroke->isClipped() || !probe->sceneTransform().isIdentity() ||
-        !stroke->sceneTransform().isIdentity() || !stroke->isPolyline() || polyline.size() < 2 ||
-        area.size() < 4 || area.first() != area.last())
+        !stroke->sceneTransform().isIdentity() || !stroke->isPolyline(polyline) ||
+        polyline.size() < 2 || area.size() < 4 || area.first() != area.last())
         return false;
     const QPen probePen = probe->pen();
     qreal probeReach = probePen.style() == Qt::NoPen ? 0 : qMax(qreal(0), probePen.widthF()) / 2;

@@ -59,7 +59,8 @@ public:
                                        QRectF* changed = nullptr);
     // True only when probe->collidesWithItem(stroke, Qt::IntersectsItemShape)
     // is true, told without Qt's shape test: a point of the stroke's
-    // polyline (`polyline`, its getPolygon()) that ends a segment lies inside
+    // polyline (`polyline`, its getPolygon(); nothing is told unless the
+    // stroke's path is exactly that polyline) that ends a segment lies inside
     // the swept area (`area`, the probe's path as a closed polygon) farther
     // from every edge than the probe's pen and the stroke's shape reach.
     // False tells nothing.
