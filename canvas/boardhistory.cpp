@@ -177,13 +177,16 @@ void BoardHistory::takeErased(const QList<MiniPathItem*>& strokes)
     m_eraseRemoved.append(kept);
     if (!doomed.isEmpty()) {
         forget(doomed);
+        QList<QGraphicsItem*> here;
+        here.reserve(doomed.size());
         for (QGraphicsItem* item : qAsConst(doomed)) {
             if (item->scene() == m_scene)
-                m_scene->removeItemKeepingOrder(item);
+                here.append(item);
             else if (QGraphicsScene* owner = item->scene())
                 owner->removeItem(item);
-            delete item;
         }
+        m_scene->removeItemsKeepingOrder(here);
+        qDeleteAll(doomed);
     }
 }
 
@@ -284,14 +287,15 @@ void BoardHistory::detach(const QList<MiniPathItem*>& items)
     // the board item by item.
     if (items.size() >= ink->count())
         ink->clear();
-    // Newest first: Qt takes each from the end of its lists.
-    for (int i = items.size() - 1; i >= 0; --i) {
-        MiniPathItem* item = items.at(i);
+    QList<QGraphicsItem*> here;
+    here.reserve(items.size());
+    for (MiniPathItem* item : items) {
         if (item->scene() == m_scene)
-            m_scene->removeItemKeepingOrder(item);
+            here.append(item);
         else if (QGraphicsScene* owner = item->scene())
             owner->removeItem(item);
     }
+    m_scene->removeItemsKeepingOrder(here);
 }
 
 void BoardHistory::attach(const QList<MiniPathItem*>& items)

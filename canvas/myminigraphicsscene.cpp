@@ -9,7 +9,10 @@
 #include <QPainter>
 #include <QStyleOptionGraphicsItem>
 
+#include <algorithm>
+
 #ifdef SKEDA_QT_PRIVATE_HEADERS
+#include <QtWidgets/private/qgraphicsitem_p.h>
 #include <QtWidgets/private/qgraphicsscene_p.h>
 #endif
 
@@ -56,6 +59,85 @@ void MyMiniGraphicsScene::removeItemKeepingOrder(QGraphicsItem* item)
     }
 #endif
     removeItem(item);
+}
+
+void MyMiniGraphicsScene::removeItemsKeepingOrder(const QList<QGraphicsItem*>& items)
+{
+#ifdef SKEDA_QT_PRIVATE_HEADERS
+    static const bool sameQt = qstrcmp(qVersion(), QT_VERSION_STR) == 0;
+    auto* d = static_cast<QGraphicsScenePrivate*>(d_ptr.data());
+    // While the list is in the order of addition, the items' numbers rise
+    // along it (they are its indexes unless items left since the last
+    // numbering), so each leaving item is found by its number.
+    if (sameQt && items.size() > 1 && d->topLevelSequentialOrdering) {
+        QList<QGraphicsItem*>& list = d->topLevelItems;
+        const bool numbered = !d->holesInTopLevelSiblingIndex;
+        auto indexOf = [&](QGraphicsItem* item) -> int {
+            const int number = QGraphicsItemPrivate::get(item)->siblingIndex;
+            if (numbered)
+                return number >= 0 && number < list.size() && list.at(number) == item ? number : -1;
+            const auto it = std::lower_bound(
+                list.cbegin(), list.cend(), number, [](const QGraphicsItem* a, int n) {
+                    return QGraphicsItemPrivate::get(a)->siblingIndex < n;
+                });
+            return it != list.cend() && *it == item ? int(it - list.cbegin()) : -1;
+        };
+        QVector<int> leaving;
+        leaving.reserve(items.size());
+        QList<QGraphicsItem*> others;
+        for (QGraphicsItem* item : items) {
+            const int index =
+                item && item->scene() == this && !item->parentItem() ? indexOf(item) : -1;
+            if (index >= 0)
+                leaving.append(index);
+            else if (item)
+                others.append(item);
+        }
+        std::sort(leaving.begin(), leaving.end());
+        leaving.erase(std::unique(leaving.begin(), leaving.end()), leaving.end());
+        if (!leaving.isEmpty()) {
+            // One pass: the staying items move up over the gaps, the leaving
+            // ones go to the end in their order; all are numbered by place
+            // (from the first gap on when the numbers were places already).
+            QVector<QGraphicsItem*> gone;
+            gone.reserve(leaving.size());
+            const int from = numbered ? leaving.first() : 0;
+            int write = from;
+            int next = 0;
+            for (int read = from; read < list.size(); ++read) {
+                QGraphicsItem* item = list.at(read);
+                if (next < leaving.size() && leaving.at(next) == read) {
+                    gone.append(item);
+                    ++next;
+                    continue;
+                }
+                list[write] = item;
+                QGraphicsItemPrivate::get(item)->siblingIndex = write;
+                ++write;
+            }
+            for (QGraphicsItem* item : qAsConst(gone)) {
+                list[write] = item;
+                QGraphicsItemPrivate::get(item)->siblingIndex = write;
+                ++write;
+            }
+            d->holesInTopLevelSiblingIndex = 0;
+            // Newest first, each from the end of the list.
+            for (int i = gone.size() - 1; i >= 0; --i) {
+                if (gone.at(i)->scene() == this)
+                    removeItemKeepingOrder(gone.at(i));
+            }
+        }
+        for (QGraphicsItem* item : qAsConst(others)) {
+            if (item->scene() == this)
+                removeItemKeepingOrder(item);
+        }
+        return;
+    }
+#endif
+    for (int i = items.size() - 1; i >= 0; --i) {
+        if (items.at(i) && items.at(i)->scene() == this)
+            removeItemKeepingOrder(items.at(i));
+    }
 }
 
 qint64 MyMiniGraphicsScene::getNewZValue()

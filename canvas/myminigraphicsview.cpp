@@ -10,6 +10,7 @@
 
 #include <QGraphicsItem>
 #include <QGuiApplication>
+#include <QHash>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
@@ -131,13 +132,16 @@ void MyMiniGraphicsView::deleteItems(const QList<QGraphicsItem*>& items)
         if (item && !item->parentItem())
             topLevel.append(item);
     }
+    QHash<MyMiniGraphicsScene*, QList<QGraphicsItem*>> boards;
     for (QGraphicsItem* item : qAsConst(topLevel)) {
         if (auto* board = dynamic_cast<MyMiniGraphicsScene*>(item->scene()))
-            board->removeItemKeepingOrder(item);
+            boards[board].append(item);
         else if (QGraphicsScene* owner = item->scene())
             owner->removeItem(item);
-        delete item;
     }
+    for (auto it = boards.cbegin(); it != boards.cend(); ++it)
+        it.key()->removeItemsKeepingOrder(it.value());
+    qDeleteAll(topLevel);
 }
 
 void MyMiniGraphicsView::forgetItems(const QList<QGraphicsItem*>& items)

@@ -9,8 +9,12 @@
 
 #include <QGraphicsRectItem>
 #include <QGraphicsSceneMouseEvent>
+#include <QRandomGenerator>
 #include <QScrollBar>
 #include <QtTest>
+
+#include <algorithm>
+#include <functional>
 
 namespace {
 
@@ -324,6 +328,109 @@ private slots:
         QCOMPARE(scene->items().size(), 0);
         QCOMPARE(deleted, 7);
         QCOMPARE(scene->getNewZValue(), qint64(2));
+    }
+
+    // Taking many items out at once leaves the others stacked exactly as
+    // Qt's own removal, one by one, leaves them: among equal z values the
+    // order of addition holds, also for the items added afterwards. Rounds
+    // start with Qt's numbering of its items intact and with gaps in it.
+    void removingManyItemsKeepsTheStacking()
+    {
+        MyMiniGraphicsScene board;
+        QGraphicsScene plain;
+        plain.setItemIndexMethod(QGraphicsScene::NoIndex);
+        QGraphicsScene elsewhere;
+        auto* foreign = new QGraphicsRectItem(0, 0, 5, 5);
+        elsewhere.addItem(foreign);
+
+        QRandomGenerator random(20261127);
+        QVector<QGraphicsItem*> onBoard; // the same item on both, index by index
+        QVector<QGraphicsItem*> onPlain;
+        QList<QGraphicsItem*> taken;
+        int nextId = 0;
+        auto make = [&](int id, qreal z) {
+            auto* item = new QGraphicsRectItem(0, 0, 10, 10);
+            item->setData(0, id);
+            item->setZValue(z);
+            if (id % 7 == 0) {
+                auto* child = new QGraphicsRectItem(2, 2, 3, 3, item);
+                child->setData(0, -id - 1);
+            }
+            return item;
+        };
+        auto add = [&](int count) {
+            for (int i = 0; i < count; ++i) {
+                // Four z values for hundreds of items: the order of addition
+                // decides most of the stacking.
+                const qreal z = random.bounded(4);
+                QGraphicsItem* a = make(nextId, z);
+                QGraphicsItem* b = make(nextId, z);
+                ++nextId;
+                board.addItem(a);
+                plain.addItem(b);
+                onBoard.append(a);
+                onPlain.append(b);
+            }
+        };
+        auto ids = [](const QList<QGraphicsItem*>& items) {
+            QVector<int> result;
+            for (QGraphicsItem* item : items)
+                result.append(item->data(0).toInt());
+            return result;
+        };
+
+        add(300);
+        int batched = 0;
+        for (int round = 0; round < 60; ++round) {
+            // An addition puts Qt's list back in the order of addition,
+            // which the queries below leave sorted by z.
+            add(int(random.bounded(1, 25)));
+            if (round % 3 == 1) {
+                // A few items one at a time, from the front half: gaps in
+                // Qt's numbers, which no longer match the places.
+                for (int k = 5; k >= 1 && onBoard.size() > 12; --k) {
+                    const int i = k * onBoard.size() / 12;
+                    board.removeItemKeepingOrder(onBoard.at(i));
+                    plain.removeItem(onPlain.at(i));
+                    taken << onBoard.takeAt(i) << onPlain.takeAt(i);
+                }
+            }
+            QList<QGraphicsItem*> batch;
+            QVector<int> chosen;
+            const int count = int(random.bounded(1, 30));
+            for (int k = 0; k < count && !onBoard.isEmpty(); ++k) {
+                const int i = int(random.bounded(onBoard.size()));
+                batch.append(onBoard.at(i));
+                if (!chosen.contains(i))
+                    chosen.append(i);
+                if (k == 0)
+                    batch.append(onBoard.at(i)); // named twice
+            }
+            batch.append(foreign);
+            batch.append(nullptr);
+            board.removeItemsKeepingOrder(batch);
+            std::sort(chosen.begin(), chosen.end(), std::greater<int>());
+            for (int i : qAsConst(chosen)) {
+                QCOMPARE(onBoard.at(i)->scene(), nullptr);
+                plain.removeItem(onPlain.at(i));
+                taken << onBoard.takeAt(i) << onPlain.takeAt(i);
+            }
+            batched += chosen.size();
+            QCOMPARE(foreign->scene(), &elsewhere);
+
+            // Every item covers this area: the lists are the whole scenes in
+            // stacking order (items() alone is in no order without an index).
+            const QRectF all(-1, -1, 20, 20);
+            QCOMPARE(board.items().size(), plain.items().size());
+            for (Qt::SortOrder order : {Qt::DescendingOrder, Qt::AscendingOrder}) {
+                const QVector<int> expected = ids(plain.items(all, Qt::IntersectsItemShape, order));
+                QCOMPARE(expected.size(), plain.items().size());
+                QCOMPARE(ids(board.items(all, Qt::IntersectsItemShape, order)), expected);
+            }
+            QCOMPARE(ids(board.items(QPointF(3, 3))), ids(plain.items(QPointF(3, 3))));
+        }
+        QVERIFY2(batched > 500, qPrintable(QString::number(batched)));
+        qDeleteAll(taken);
     }
 
     // The next stroke after a clear carries on from the counter.
