@@ -102,21 +102,34 @@ void MyMiniGraphicsScene::removeItemsKeepingOrder(const QList<QGraphicsItem*>& i
             QVector<QGraphicsItem*> gone;
             gone.reserve(leaving.size());
             const int from = numbered ? leaving.first() : 0;
+            const int size = list.size();
+            QGraphicsItem** const entries = &list[0];
+            // Each number lies in the item's own private data, one memory
+            // access away from the item: both are fetched ahead, so that the
+            // pass runs at the memory's speed instead of waiting on each.
+            constexpr int kAhead = 8;
+            for (int read = from; read < from + 2 * kAhead && read < size; ++read)
+                __builtin_prefetch(entries[read]);
             int write = from;
             int next = 0;
-            for (int read = from; read < list.size(); ++read) {
-                QGraphicsItem* item = list.at(read);
+            for (int read = from; read < size; ++read) {
+                if (read + 2 * kAhead < size)
+                    __builtin_prefetch(entries[read + 2 * kAhead]);
+                if (read + kAhead < size)
+                    __builtin_prefetch(
+                        &QGraphicsItemPrivate::get(entries[read + kAhead])->siblingIndex, 1);
+                QGraphicsItem* item = entries[read];
                 if (next < leaving.size() && leaving.at(next) == read) {
                     gone.append(item);
                     ++next;
                     continue;
                 }
-                list[write] = item;
+                entries[write] = item;
                 QGraphicsItemPrivate::get(item)->siblingIndex = write;
                 ++write;
             }
             for (QGraphicsItem* item : qAsConst(gone)) {
-                list[write] = item;
+                entries[write] = item;
                 QGraphicsItemPrivate::get(item)->siblingIndex = write;
                 ++write;
             }
