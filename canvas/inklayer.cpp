@@ -779,7 +779,13 @@ void InkLayer::redraw(Band& band, const QRegion& sceneRegion)
         const QRect ink = toDevice(item->m_inkRect);
         near.clear();
         QRectF nearBounds;
-        for (int i = 0; i < rects.size(); ++i) {
+        // A region's rectangles lie in bands from top to bottom: those the
+        // ink meets start at the first band that reaches down to its top.
+        const int first = int(
+            std::partition_point(rects.cbegin(), rects.cend(),
+                                 [&ink](const QRect& rect) { return rect.bottom() < ink.top(); }) -
+            rects.cbegin());
+        for (int i = first; i < rects.size() && rects.at(i).top() <= ink.bottom(); ++i) {
             if (rects.at(i).intersects(ink)) {
                 near.append(areas.at(i));
                 nearBounds |= areas.at(i);
