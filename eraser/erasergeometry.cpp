@@ -116,6 +116,34 @@ bool polygonContainsPoint(QPolygonF const& polygon, QPointF const& pt)
     return winding != 0;
 }
 
+bool pointDeepInPolygon(QPolygonF const& polygon, QPointF const& pt, qreal depth)
+{
+    if (polygon.size() < 3 || !std::isfinite(pt.x()) || !std::isfinite(pt.y()) ||
+        !std::isfinite(depth))
+        return false;
+    bool inside = false;
+    for (int i = 0; i < polygon.size(); ++i) {
+        const QPointF a = polygon.at(i);
+        const QPointF b = polygon.at((i + 1) % polygon.size());
+        if (!std::isfinite(a.x()) || !std::isfinite(a.y()))
+            return false;
+        const QPointF ab = b - a;
+        const qreal lengthSquared = QPointF::dotProduct(ab, ab);
+        const qreal t =
+            lengthSquared > 0
+                ? qBound(qreal(0), QPointF::dotProduct(pt - a, ab) / lengthSquared, qreal(1))
+                : 0;
+        const QPointF gap = pt - (a + ab * t);
+        if (!(QPointF::dotProduct(gap, gap) > depth * depth))
+            return false;
+        // A ray from pt towards +x crosses the edges that span its height.
+        if ((a.y() > pt.y()) != (b.y() > pt.y()) &&
+            pt.x() < a.x() + (pt.y() - a.y()) * ab.x() / ab.y())
+            inside = !inside;
+    }
+    return inside;
+}
+
 void getEarsePath(QPainterPath& path, QRectF const& rect, QPointF const& p1, QPointF const& p2)
 {
     if (!holdable(p1) || !holdable(p2) || !holdable(rect.topLeft()) ||

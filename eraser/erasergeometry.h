@@ -36,6 +36,14 @@ bool polygon_isect_line(QPointF const& p1, QPointF const& p2, QPointF const& pos
 // implicitly. Empty and one-point polygons contain nothing.
 bool polygonContainsPoint(QPolygonF const& polygon, QPointF const& pt);
 
+// True when pt lies inside polygon by the odd-even rule (the rule of a
+// QPainterPath made from a QPolygonF) and farther than depth from each of its
+// edges, the edge from the last point back to the first included. Points
+// that close to an edge are where rounding could change the answer of any
+// other containment test; farther in, every test agrees. Non-finite input
+// and polygons of fewer than three points hold nothing.
+bool pointDeepInPolygon(QPolygonF const& polygon, QPointF const& pt, qreal depth);
+
 // Adds to path the area swept by a rectangle of rect's size moving in a
 // straight line from centre p1 to the position rect (its centre being p2):
 // rect itself when p1 and p2 are equal within 1e-6, the start rectangle when

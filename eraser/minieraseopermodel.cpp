@@ -25,6 +25,10 @@
 
 namespace {
 
+// How far inside the swept area a point must lie for the quick answers to
+// hold: far beyond the rounding of any containment test at screen scale.
+constexpr qreal kDeep = 0.01;
+
 const char* const kEarsePicture = ":/images/minimize/cachuzhuangtai@2x.png";
 
 // Window systems deliver finite positions; anything else would leave the
@@ -512,8 +516,6 @@ QList<QPolygonF> MiniEraseOperModel::cutPolygon(const QPolygonF& pts, const QPol
         const double t = top;
         const double r = l + width;
         const double b = t + height;
-        const QPolygonF box(
-            {QPointF(l, t), QPointF(r, t), QPointF(r, b), QPointF(l, b), QPointF(l, t)});
 
         // Both ends among the area's corners: erased. This tests the vertex
         // list on purpose, not the geometry.
@@ -529,7 +531,14 @@ QList<QPolygonF> MiniEraseOperModel::cutPolygon(const QPolygonF& pts, const QPol
         // polygon test is by far the costlier.
         const bool apart = r < areaBounds.left() || l > areaBounds.right() ||
                            b < areaBounds.top() || t > areaBounds.bottom();
-        const bool hit = (!apart && area.intersects(box)) || sIsVertex || eIsVertex;
+        // Qt tests the box against the area as a rectangle against a path,
+        // which meets it as soon as the path holds the rectangle's centre:
+        // certain, without the test, when the centre lies well inside.
+        const bool hit =
+            sIsVertex || eIsVertex ||
+            (!apart && (pointDeepInPolygon(area, QPointF((l + r) / 2, (t + b) / 2), kDeep) ||
+                        area.intersects(QPolygonF({QPointF(l, t), QPointF(r, t), QPointF(r, b),
+                                                   QPointF(l, b), QPointF(l, t)}))));
         if (hit) {
             intersectNewRect(s, e, area, pieces);
             if (changed)

@@ -865,6 +865,112 @@ private slots:
                        Pieces{poly({{30, 10}, {40, 10}})});
     }
 
+    // --- points well inside ----------------------------------------------------
+
+    void pointDeepInPolygonCases()
+    {
+        const QPolygonF square = poly({{0, 0}, {10, 0}, {10, 10}, {0, 10}, {0, 0}});
+        QVERIFY(pointDeepInPolygon(square, {5, 5}, 1));
+        QVERIFY(pointDeepInPolygon(square, {5, 5}, 4.99));
+        QVERIFY(!pointDeepInPolygon(square, {5, 5}, 5)); // exactly 5 from each edge
+        QVERIFY(!pointDeepInPolygon(square, {0.5, 5}, 1));
+        QVERIFY(!pointDeepInPolygon(square, {15, 5}, 1));
+        QVERIFY(!pointDeepInPolygon(square, {-5, 5}, 1));
+        // The edge back to the first point counts although the polygon is
+        // open: (4,4) is 8/sqrt(2), about 1.41, from the hypotenuse.
+        const QPolygonF triangle = poly({{0, 0}, {10, 0}, {0, 10}});
+        QVERIFY(pointDeepInPolygon(triangle, {2, 2}, 1));
+        QVERIFY(pointDeepInPolygon(triangle, {4, 4}, 1.4));
+        QVERIFY(!pointDeepInPolygon(triangle, {4, 4}, 1.5));
+        // Odd-even: the middle of a five-pointed star is wound twice, so it
+        // is outside, as in a QPainterPath made from the polygon.
+        QPolygonF star;
+        for (int k = 0; k <= 5; ++k) {
+            const qreal angle = M_PI / 2 + k * 4 * M_PI / 5;
+            star << QPointF(100 + 90 * std::cos(angle), 100 - 90 * std::sin(angle));
+        }
+        QVERIFY(polygonContainsPoint(star, {100, 100}));
+        QPainterPath starPath;
+        starPath.addPolygon(star);
+        QVERIFY(!starPath.contains(QPointF(100, 100)));
+        QVERIFY(!pointDeepInPolygon(star, {100, 100}, 1));
+        QVERIFY(pointDeepInPolygon(star, {100, 30}, 1)); // in the top point
+        // Nothing to hold, or nowhere.
+        QVERIFY(!pointDeepInPolygon(QPolygonF(), {0, 0}, 0));
+        QVERIFY(!pointDeepInPolygon(poly({{0, 0}, {10, 10}}), {5, 5}, 0));
+        const qreal nan = std::numeric_limits<qreal>::quiet_NaN();
+        QVERIFY(!pointDeepInPolygon(square, {nan, 5}, 1));
+        QVERIFY(!pointDeepInPolygon(square, {5, 5}, nan));
+        QVERIFY(!pointDeepInPolygon(poly({{0, 0}, {nan, 0}, {10, 10}, {0, 10}}), {5, 5}, 1));
+    }
+
+    // Where the quick answer says "well inside", Qt says inside too: for
+    // random polygons (many of them crossing themselves) against the path
+    // Qt makes of them, and for the eraser's swept areas against the boxes
+    // the stroke cutter tests, which then meet the area.
+    void pointDeepInPolygonNeverDisagreesWithQt()
+    {
+        QRandomGenerator random(20261127);
+        auto uniform = [&random](qreal low, qreal high) {
+            return low + random.bounded(high - low);
+        };
+        int deepPoints = 0;
+        int insidePoints = 0;
+        for (int n = 0; n < 2000; ++n) {
+            QPolygonF polygon;
+            const int corners = 3 + int(random.bounded(6));
+            for (int k = 0; k < corners; ++k)
+                polygon << QPointF(uniform(0, 100), uniform(0, 100));
+            if (random.bounded(2))
+                polygon << polygon.first();
+            QPainterPath path;
+            path.addPolygon(polygon);
+            for (int k = 0; k < 10; ++k) {
+                const QPointF point(uniform(-5, 105), uniform(-5, 105));
+                const bool inside = path.contains(point);
+                insidePoints += inside;
+                if (pointDeepInPolygon(polygon, point, 0.01)) {
+                    ++deepPoints;
+                    QVERIFY2(inside,
+                             qPrintable(QStringLiteral("polygon %1, point %2").arg(n).arg(k)));
+                }
+            }
+        }
+        QVERIFY2(deepPoints * 10 > insidePoints * 9,
+                 qPrintable(QStringLiteral("%1 of %2").arg(deepPoints).arg(insidePoints)));
+
+        int deepBoxes = 0;
+        int meeting = 0;
+        for (int n = 0; n < 4000; ++n) {
+            QRectF rect(0, 0, uniform(5, 200), uniform(5, 200));
+            const QPointF from(uniform(0, 400), uniform(0, 400));
+            const QPointF to = from + QPointF(uniform(-60, 60), uniform(-60, 60));
+            rect.moveCenter(to);
+            QPainterPath swept;
+            getEarsePath(swept, rect, from, to);
+            const QPolygonF area = swept.toFillPolygon(QTransform());
+            // Around the area's end, where a sweep meets strokes.
+            const QPointF s =
+                to + QPointF(uniform(-rect.width() / 2 - 20, rect.width() / 2 + 20),
+                             uniform(-rect.height() / 2 - 20, rect.height() / 2 + 20));
+            const QPointF e = s + QPointF(uniform(-12, 12), uniform(-12, 12));
+            // The stroke cutter's box of the segment s-e.
+            const double l = truncToInt(qMin(s.x(), e.x()));
+            const double t = truncToInt(qMin(s.y(), e.y()));
+            const double r = l + truncToInt(std::fabs(s.x() - e.x()));
+            const double b = t + truncToInt(std::fabs(s.y() - e.y()));
+            const bool meets = area.intersects(QPolygonF(
+                {QPointF(l, t), QPointF(r, t), QPointF(r, b), QPointF(l, b), QPointF(l, t)}));
+            meeting += meets;
+            if (pointDeepInPolygon(area, QPointF((l + r) / 2, (t + b) / 2), 0.01)) {
+                ++deepBoxes;
+                QVERIFY2(meets, qPrintable(QStringLiteral("sweep %1").arg(n)));
+            }
+        }
+        QVERIFY2(meeting > 2000 && deepBoxes * 10 > meeting * 8,
+                 qPrintable(QStringLiteral("%1 of %2").arg(deepBoxes).arg(meeting)));
+    }
+
     // --- any input ------------------------------------------------------------
 
     void randomInputsTerminate()
