@@ -74,9 +74,41 @@ bool InkLayer::above(const MiniPathItem* a, qreal bz, quint64 bseq)
 // joins, as its design gives it; the ink is drawn with round joins, which
 // reach up to half the pen's width further out where the stroke turns
 // sharply.
+//
+// Stroking a path only to learn its bounds is costly, and the eraser makes
+// dozens of new pieces at every step. For a polyline in scene coordinates
+// the box of its points, widened by the farthest a square cap reaches (half
+// the width times the square root of two), holds the stroked outline and so
+// the item's bounding rectangle: a little wider at most, never narrower.
 QRect InkLayer::sceneRectOf(const MiniPathItem* item) const
 {
-    const QRect rect = alignedRect(item->sceneBoundingRect());
+    QRect rect;
+    bool found = false;
+    const int count = item->elementCount();
+    if (count >= 2 && item->isPolyline() && item->sceneTransform().isIdentity()) {
+        const QPointF first = item->pointAt(0);
+        qreal left = first.x();
+        qreal right = left;
+        qreal top = first.y();
+        qreal bottom = top;
+        for (int i = 1; i < count; ++i) {
+            const QPointF point = item->pointAt(i);
+            left = qMin(left, point.x());
+            right = qMax(right, point.x());
+            top = qMin(top, point.y());
+            bottom = qMax(bottom, point.y());
+        }
+        // Points that all (nearly) coincide are left to the stroker, which
+        // strokes them to nothing.
+        if (right - left > 1e-6 || bottom - top > 1e-6) {
+            const qreal cap = qMax(1, item->m_pen.width()) * 0.7072;
+            rect = alignedRect(
+                QRectF(QPointF(left, top), QPointF(right, bottom)).adjusted(-cap, -cap, cap, cap));
+            found = true;
+        }
+    }
+    if (!found)
+        rect = alignedRect(item->sceneBoundingRect());
     if (rect.isEmpty())
         return rect;
     const qreal width = item->m_pen.widthF();

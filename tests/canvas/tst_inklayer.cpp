@@ -339,6 +339,40 @@ private slots:
         QVERIFY(sameAsScene());
     }
 
+    // Host strokes of every width with sharp turns, some nearly back on
+    // themselves, whatever cap and join their pens ask for (a stroke item
+    // draws with round ones): their ink is found wherever it lies when it is
+    // baked, cut and erased.
+    void widePensAndSharpTurns()
+    {
+        QRandomGenerator random(20261127);
+        const Qt::PenCapStyle caps[] = {Qt::SquareCap, Qt::RoundCap, Qt::FlatCap};
+        const Qt::PenJoinStyle joins[] = {Qt::MiterJoin, Qt::RoundJoin, Qt::BevelJoin};
+        for (int n = 0; n < 24; ++n) {
+            QPen pen(kInks[n % 3], n % 6 == 0 ? 1 : 2 + int(random.bounded(38)));
+            pen.setCapStyle(caps[n % 3]);
+            pen.setJoinStyle(joins[(n / 3) % 3]);
+            // A zigzag of sharp turns, some nearly back on itself.
+            QPainterPath zigzag;
+            const QPointF start(60 + random.bounded(600), 60 + random.bounded(400));
+            zigzag.moveTo(start);
+            for (int k = 1; k <= 6; ++k)
+                zigzag.lineTo(start + QPointF(12 * k, k % 2 ? 40 + random.bounded(20) : 0));
+            auto* item = new MiniPathItem();
+            item->setPen(pen);
+            item->setPath(zigzag);
+            item->setZValue(m_scene->getNewZValue());
+            m_scene->addItem(item);
+        }
+        QVERIFY(sameAsScene());
+        m_view->setTool(MyMiniGraphicsView::EraseTool);
+        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(60, 250));
+        for (int step = 1; step <= 16; ++step)
+            QTest::mouseMove(m_viewport, QPoint(60 + 45 * step, 250 + (step % 3) * 30));
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(780, 280));
+        QVERIFY(sameAsScene());
+    }
+
     // A stroke that runs back close beside itself is drawn once where its
     // two arms overlap. Cut at its bend, its two pieces are drawn one over
     // the other there, which translucent ink shows darker: the board must
