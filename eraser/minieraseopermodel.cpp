@@ -474,23 +474,8 @@ bool MiniEraseOperModel::surelyCollides(const QGraphicsPathItem* probe, const QP
         return (i > 0 && longEnough(polyline.at(i - 1), polyline.at(i))) ||
                (i + 1 < polyline.size() && longEnough(polyline.at(i), polyline.at(i + 1)));
     };
-    const auto deepInside = [&area, margin](const QPointF& p) {
-        if (!std::isfinite(p.x()) || !std::isfinite(p.y()) || !polygonContainsPoint(area, p))
-            return false;
-        for (int i = 0; i + 1 < area.size(); ++i) {
-            const QPointF a = area.at(i);
-            const QPointF b = area.at(i + 1);
-            const QPointF ab = b - a;
-            const qreal lengthSquared = QPointF::dotProduct(ab, ab);
-            qreal t = lengthSquared > 0 ? QPointF::dotProduct(p - a, ab) / lengthSquared : 0;
-            t = qBound(qreal(0), t, qreal(1));
-            if (!(QLineF(p, a + ab * t).length() > margin))
-                return false;
-        }
-        return true;
-    };
     for (int i = 0; i < polyline.size(); ++i) {
-        if (deepInside(polyline.at(i)) && segmentEndsAt(i))
+        if (pointDeepInPolygon(area, polyline.at(i), margin) && segmentEndsAt(i))
             return true;
     }
     return false;

@@ -353,16 +353,11 @@ private slots:
             pen.setCapStyle(caps[n % 3]);
             pen.setJoinStyle(joins[(n / 3) % 3]);
             // A zigzag of sharp turns, some nearly back on itself.
-            QPainterPath zigzag;
             const QPointF start(60 + random.bounded(600), 60 + random.bounded(400));
-            zigzag.moveTo(start);
+            QVector<QPointF> zigzag{start};
             for (int k = 1; k <= 6; ++k)
-                zigzag.lineTo(start + QPointF(12 * k, k % 2 ? 40 + random.bounded(20) : 0));
-            auto* item = new MiniPathItem();
-            item->setPen(pen);
-            item->setPath(zigzag);
-            item->setZValue(m_scene->getNewZValue());
-            m_scene->addItem(item);
+                zigzag.append(start + QPointF(12 * k, k % 2 ? 40 + random.bounded(20) : 0));
+            addPolyline(zigzag, pen, m_scene->getNewZValue());
         }
         QVERIFY(sameAsScene());
         m_view->setTool(MyMiniGraphicsView::EraseTool);
