@@ -163,12 +163,18 @@ private slots:
 
 private:
     // Makes the window the active one, as a click on it would, and presses
-    // the keys for real.
+    // the keys for real. The toolbar and the screenshot overlay are tool
+    // windows of the board, which Qt counts as active as soon as the board
+    // is; the keys go where the X server has put the focus, so this waits
+    // until the focus has reached this very window.
     static bool press(QWidget* window, const char* keys)
     {
         window->activateWindow();
-        if (!QTest::qWaitForWindowActive(window)) {
-            qWarning("the window did not become active");
+        if (!QTest::qWaitFor([window] {
+                return window->windowHandle() &&
+                       QGuiApplication::focusWindow() == window->windowHandle();
+            })) {
+            qWarning("the window did not get the keyboard focus");
             return false;
         }
         return X11Desktop::xdotool({QStringLiteral("key"), QString::fromLatin1(keys)});
