@@ -51,6 +51,32 @@ bool liveBelow(const Live& a, const Live& b)
     return a.z < b.z || (a.z == b.z && a.seq < b.seq);
 }
 
+// Repainting a few more pixels of the retained images costs less than a
+// ragged region: Qt clips every drawing to each of its rectangles and sends
+// each one to the X server on its own. The rectangles asked for are
+// repainted as their bounding rectangle when that is at most three times
+// their total area (overlaps counted again) or adds at most this many
+// pixels; otherwise as their union.
+constexpr double kRepaintSlack = 128 * 128;
+
+// The union of many rectangles, merged pairwise: adding them one by one to
+// a region merges each into everything added before.
+QRegion unionOf(const QVector<QRect>& rects)
+{
+    QVector<QRegion> level;
+    level.reserve(rects.size());
+    for (const QRect& rect : rects)
+        level.append(QRegion(rect));
+    while (level.size() > 1) {
+        QVector<QRegion> next;
+        next.reserve((level.size() + 1) / 2);
+        for (int i = 0; i < level.size(); i += 2)
+            next.append(i + 1 < level.size() ? level.at(i).united(level.at(i + 1)) : level.at(i));
+        level.swap(next);
+    }
+    return level.isEmpty() ? QRegion() : level.first();
+}
+
 } // namespace
 
 InkLayer::InkLayer(QGraphicsScene* scene, qreal splitZ)
@@ -370,8 +396,31 @@ void InkLayer::requestRepaint(const QRectF& sceneRect)
     const QRect rect = alignedRect(sceneRect);
     if (rect.isEmpty())
         return;
-    m_repaint += rect;
+    addRepaint(rect);
     scheduleDispatch();
+}
+
+void InkLayer::addRepaint(const QRect& sceneRect)
+{
+    if (sceneRect.isEmpty())
+        return;
+    m_repaint.append(sceneRect);
+}
+
+QRegion InkLayer::takeRepaint()
+{
+    double total = 0;
+    QRect bounds;
+    for (const QRect& rect : qAsConst(m_repaint)) {
+        total += double(rect.width()) * rect.height();
+        bounds |= rect;
+    }
+    const double boundsArea = double(bounds.width()) * bounds.height();
+    const QRegion region = boundsArea <= 3 * total || boundsArea - total <= kRepaintSlack
+                               ? QRegion(bounds)
+                               : unionOf(m_repaint);
+    m_repaint.clear();
+    return region;
 }
 
 void InkLayer::scheduleDispatch()
@@ -395,7 +444,7 @@ void InkLayer::refreshTouched()
             continue;
         const QRect rect = sceneRectOf(item);
         item->m_inkRect = rect;
-        m_repaint += rect;
+        addRepaint(rect);
     }
     m_touched.clear();
 }
@@ -415,18 +464,19 @@ void InkLayer::dispatch()
     m_foreignSeen = foreign;
     if (m_repaint.isEmpty())
         return;
+    const QRegion repaint = takeRepaint();
     for (QGraphicsView* view : views) {
         const QTransform transform = view->viewportTransform();
         if (transform.isIdentity()) {
-            view->viewport()->update(m_repaint);
+            view->viewport()->update(repaint);
             continue;
         }
-        QRegion mapped;
-        for (const QRect& rect : m_repaint)
-            mapped += transform.mapRect(QRectF(rect)).toAlignedRect();
-        view->viewport()->update(mapped);
+        QVector<QRect> mapped;
+        mapped.reserve(repaint.rectCount());
+        for (const QRect& rect : repaint)
+            mapped.append(transform.mapRect(QRectF(rect)).toAlignedRect());
+        view->viewport()->update(unionOf(mapped));
     }
-    m_repaint = QRegion();
 }
 
 // ---------------------------------------------------------------------------

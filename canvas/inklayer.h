@@ -137,6 +137,8 @@ private:
     int bandOf(qreal z) const;
     void setState(MiniPathItem* item, State state);
     void touch(MiniPathItem* item);
+    void addRepaint(const QRect& sceneRect);
+    QRegion takeRepaint();
     void scheduleDispatch();
     void refreshTouched();
     void dispatch();
@@ -167,7 +169,8 @@ private:
     QRect m_cutRect;
     QHash<const QGraphicsItem*, quint64> m_overlaySeq;
     int m_interactive = 0;
-    QRegion m_repaint;
+    // The scene rectangles to repaint, gathered until the next dispatch.
+    QVector<QRect> m_repaint;
     quint64 m_seq = 0;
     mutable quint32 m_visit = 0;
     int m_count = 0;
