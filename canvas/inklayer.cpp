@@ -102,16 +102,18 @@ bool InkLayer::above(const MiniPathItem* a, qreal bz, quint64 bseq)
 // sharply.
 //
 // Stroking a path only to learn its bounds is costly, and the eraser makes
-// dozens of new pieces at every step. For a polyline in scene coordinates
-// the box of its points, widened by the farthest a square cap reaches (half
-// the width times the square root of two), holds the stroked outline and so
-// the item's bounding rectangle: a little wider at most, never narrower.
+// dozens of new pieces at every step, the pen several tail parts at every
+// point. For lines in scene coordinates (one polyline, or several as in a
+// tail part) the box of their points, widened by the farthest a square cap
+// reaches (half the width times the square root of two), holds the stroked
+// outline and so the item's bounding rectangle: a little wider at most,
+// never narrower.
 QRect InkLayer::sceneRectOf(const MiniPathItem* item) const
 {
     QRect rect;
     bool found = false;
     const int count = item->elementCount();
-    if (count >= 2 && item->isPolyline() && item->sceneTransform().isIdentity()) {
+    if (count >= 2 && item->hasOnlyLines() && item->sceneTransform().isIdentity()) {
         const QPointF first = item->pointAt(0);
         qreal left = first.x();
         qreal right = left;

@@ -448,6 +448,19 @@ bool MiniPathItem::isPolyline() const
     return true;
 }
 
+bool MiniPathItem::hasOnlyLines() const
+{
+    if (m_storage != WholePath)
+        return true;
+    const int count = m_path.elementCount();
+    for (int i = 0; i < count; ++i) {
+        const QPainterPath::ElementType type = m_path.elementAt(i).type;
+        if (type != QPainterPath::MoveToElement && type != QPainterPath::LineToElement)
+            return false;
+    }
+    return true;
+}
+
 bool MiniPathItem::isPolyline(const QPolygonF& polyline) const
 {
     if (elementCount() != polyline.size() || !isPolyline())

@@ -63,6 +63,8 @@ public:
     // Whether the path is exactly this polyline: a move to its first point
     // and a line to each further one, coordinates equal to the last bit.
     bool isPolyline(const QPolygonF& polyline) const;
+    // Whether the path holds moves and lines only (one polyline or several).
+    bool hasOnlyLines() const;
 
     // Draws the ink as paint() does, from a private copy of the path, so that
     // the item's own path keeps no drawing cache (a few kilobytes per path).

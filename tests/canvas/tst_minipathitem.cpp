@@ -397,8 +397,8 @@ private slots:
         QCOMPARE(finished.path(), other);
     }
 
-    // Whether the path is one polyline, and exactly a given one, whole or
-    // kept as points.
+    // Whether the path is one polyline, and exactly a given one, or lines
+    // only; whole or kept as points.
     void polylineQueries()
     {
         const QPolygonF points(QVector<QPointF>{QPointF(0, 0), QPointF(10, 0), QPointF(10, 10.5)});
@@ -413,6 +413,7 @@ private slots:
             if (finished)
                 item.squeezePath();
             QVERIFY(item.isPolyline());
+            QVERIFY(item.hasOnlyLines());
             QVERIFY(item.isPolyline(points));
             QPolygonF off = points;
             off[2].ry() += 1e-9;
@@ -423,6 +424,7 @@ private slots:
             if (finished)
                 item.squeezePath();
             QVERIFY(!item.isPolyline());
+            QVERIFY(item.hasOnlyLines());
             QVERIFY(!item.isPolyline(QPolygonF(QVector<QPointF>{
                 QPointF(0, 0), QPointF(10, 0), QPointF(10, 0), QPointF(10, 10.5)})));
 
@@ -430,6 +432,7 @@ private slots:
             if (finished)
                 item.squeezePath();
             QVERIFY(!item.isPolyline());
+            QVERIFY(!item.hasOnlyLines());
         }
     }
 
