@@ -465,6 +465,35 @@ private slots:
                                 .arg(painted.boundingRect().height())));
     }
 
+    // Changes far apart in one pass of the event loop repaint each where it
+    // is, not the whole stretch of the board between them.
+    void farChangesRepaintApart()
+    {
+        QVERIFY(sameAsScene());
+        QRegion painted;
+        PaintWatcher watcher(&painted);
+        m_viewport->installEventFilter(&watcher);
+        addPolyline({{60, 60}, {100, 70}, {140, 60}}, QPen(kInks[0], 6), 1);
+        addPolyline({{600, 500}, {650, 520}, {700, 500}}, QPen(kInks[2], 6), 2);
+        for (int pass = 0; pass < 5; ++pass)
+            QCoreApplication::processEvents();
+        m_viewport->removeEventFilter(&watcher);
+        QVERIFY(sameAsScene());
+
+        QVERIFY(painted.intersects(QRect(60, 60, 80, 10)));
+        QVERIFY(painted.intersects(QRect(600, 500, 100, 20)));
+        // The strokes reach half their width and the margins around their
+        // rectangles beyond their points; the middle of the board is far
+        // from both.
+        QVERIFY2(!painted.intersects(QRect(200, 120, 350, 330)),
+                 qPrintable(QStringLiteral("painted %1 rectangles within %2,%3 %4x%5")
+                                .arg(painted.rectCount())
+                                .arg(painted.boundingRect().x())
+                                .arg(painted.boundingRect().y())
+                                .arg(painted.boundingRect().width())
+                                .arg(painted.boundingRect().height())));
+    }
+
     // Finished ink keeps no record for Qt's pixmap cache: Qt makes one at an
     // item's first update() because of the cache mode, and the layer, not
     // Qt, draws the item. The cache mode stays; an update() makes a new
