@@ -486,6 +486,35 @@ QList<QPolygonF> MiniEraseOperModel::cutPolygon(const QPolygonF& pts, const QPol
 {
     QList<QPolygonF> pieces;
     const QRectF areaBounds = area.boundingRect();
+    // Most strokes the eraser is asked about only come near it. A segment's
+    // integer box lies within a unit of its ends' coordinates, so a polyline
+    // whose points' box, widened by that unit, stays apart from the area's
+    // bounds has no segment that meets the area nor an end among its
+    // corners: it is one untouched piece. Only for finite coordinates that
+    // the truncation to integers keeps as they are.
+    if (pts.size() >= 2) {
+        constexpr double kPlain = 1 << 30;
+        double left = pts.first().x();
+        double right = left;
+        double top = pts.first().y();
+        double bottom = top;
+        bool plain = true;
+        for (const QPointF& p : pts) {
+            if (!(std::fabs(p.x()) < kPlain && std::fabs(p.y()) < kPlain)) {
+                plain = false;
+                break;
+            }
+            left = qMin(left, p.x());
+            right = qMax(right, p.x());
+            top = qMin(top, p.y());
+            bottom = qMax(bottom, p.y());
+        }
+        if (plain && (right + 1 < areaBounds.left() || left - 1 > areaBounds.right() ||
+                      bottom + 1 < areaBounds.top() || top - 1 > areaBounds.bottom())) {
+            pieces.append(pts);
+            return pieces;
+        }
+    }
     for (int i = 0; i + 1 < pts.size(); ++i) {
         const QPointF& s = pts.at(i);
         const QPointF& e = pts.at(i + 1);

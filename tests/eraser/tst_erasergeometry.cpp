@@ -851,6 +851,28 @@ private slots:
             Pieces{poly({{0, 0}, {10, 0}, {10, 10}})});
     }
 
+    // Strokes that only come near the area come back whole, however close:
+    // the changed bounds stay empty.
+    void cutPolygonLeavesStrokesBesideTheArea()
+    {
+        const QVector<QPolygonF> beside{
+            poly({{60, 120}, {99.4, 150}, {60, 180}}),
+            poly({{300, 300}, {250, 250}, {201.5, 260}}),
+            poly({{150, 20}, {160, 99.2}, {170, 20}, {180, 99.9}}),
+        };
+        for (const QPolygonF& stroke : beside) {
+            QRectF changed;
+            COMPARE_PIECES(MiniEraseOperModel::cutPolygon(stroke, closedSquare(), &changed),
+                           Pieces{stroke});
+            QVERIFY(changed.isNull());
+        }
+        // Below zero the truncation to integers moves a segment's box
+        // towards zero, here away from the area.
+        const QPolygonF area = poly({{-50, -50}, {-10, -50}, {-10, -10}, {-50, -10}, {-50, -50}});
+        const QPolygonF stroke = poly({{-9.5, -30}, {0, -30}, {-9.7, -20}});
+        COMPARE_PIECES(MiniEraseOperModel::cutPolygon(stroke, area), Pieces{stroke});
+    }
+
     void cutPolygonDropsSegmentsBetweenAreaVertices()
     {
         // A C-shaped area; (30,10)-(30,20) joins two of its corners across
