@@ -15,6 +15,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QSet>
 #include <QTouchEvent>
 
 MyMiniGraphicsView::MyMiniGraphicsView(QWidget* parent)
@@ -124,13 +125,17 @@ void MyMiniGraphicsView::deleteItems(const QList<QGraphicsItem*>& items)
     if (items.isEmpty())
         return;
     forgetItems(items);
-    // A child item goes with its parent; deleting it on its own as well would
-    // delete it twice.
+    // A child item goes with its parent, and an item named twice is one
+    // item: deleting either again would delete it twice.
     QList<QGraphicsItem*> topLevel;
     topLevel.reserve(items.size());
+    QSet<QGraphicsItem*> seen;
+    seen.reserve(items.size());
     for (QGraphicsItem* item : items) {
-        if (item && !item->parentItem())
+        if (item && !item->parentItem() && !seen.contains(item)) {
+            seen.insert(item);
             topLevel.append(item);
+        }
     }
     QHash<MyMiniGraphicsScene*, QList<QGraphicsItem*>> boards;
     for (QGraphicsItem* item : qAsConst(topLevel)) {

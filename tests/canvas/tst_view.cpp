@@ -330,6 +330,29 @@ private slots:
         QCOMPARE(scene->getNewZValue(), qint64(2));
     }
 
+    // A host may name an item twice, or name nothing: each item is deleted
+    // once, the others stay.
+    void deleteItemsTakesEachItemOnce()
+    {
+        MyMiniGraphicsScene* scene = m_window->scene();
+        int deleted = 0;
+        QList<QGraphicsItem*> items;
+        for (int i = 0; i < 4; ++i) {
+            items.append(new CountedItem(&deleted));
+            scene->addItem(items.last());
+        }
+        m_window->view()->deleteItems(
+            {items.at(2), nullptr, items.at(0), items.at(2), items.at(0)});
+        QCOMPARE(deleted, 2);
+        QCOMPARE(scene->items().size(), 2);
+        QVERIFY(scene->items().contains(items.at(1)));
+        QVERIFY(scene->items().contains(items.at(3)));
+        // The others count into this test's counter: they go with it.
+        delete items.at(1);
+        delete items.at(3);
+        QCOMPARE(deleted, 4);
+    }
+
     // Taking many items out at once leaves the others stacked exactly as
     // Qt's own removal, one by one, leaves them: among equal z values the
     // order of addition holds, also for the items added afterwards. Rounds

@@ -871,6 +871,16 @@ private slots:
         const QPolygonF area = poly({{-50, -50}, {-10, -50}, {-10, -10}, {-50, -10}, {-50, -50}});
         const QPolygonF stroke = poly({{-9.5, -30}, {0, -30}, {-9.7, -20}});
         COMPARE_PIECES(MiniEraseOperModel::cutPolygon(stroke, area), Pieces{stroke});
+
+        // Within a unit the segment's integer box decides: (-0.9,5)-(-0.6,5.3)
+        // lies left of the area, but its box, truncated towards zero, is the
+        // point (0,5) well inside it. The segment counts as cut (its bounds
+        // are changed), and what lies outside the area is all of it.
+        const QPolygonF near = poly({{-0.5, 0}, {10, 0}, {10, 10}, {-0.5, 10}, {-0.5, 0}});
+        const QPolygonF grazing = poly({{-0.9, 5}, {-0.6, 5.3}});
+        QRectF changed;
+        COMPARE_PIECES(MiniEraseOperModel::cutPolygon(grazing, near, &changed), Pieces{grazing});
+        QCOMPARE(changed, QRectF(QPointF(-0.9, 5), QPointF(-0.6, 5.3)));
     }
 
     void cutPolygonDropsSegmentsBetweenAreaVertices()
