@@ -295,6 +295,12 @@ void InkLayer::dryAll()
 
 void InkLayer::clear()
 {
+    // Ink painted over the images (wet, waiting to dry) is on the screen
+    // where its rectangle says, and goes with the rest.
+    for (MiniPathItem* item : qAsConst(m_live))
+        requestRepaint(QRectF(item->m_inkRect));
+    for (MiniPathItem* item : qAsConst(m_pending))
+        requestRepaint(QRectF(item->m_inkRect));
     auto forget = [](MiniPathItem* item) {
         item->m_ink = nullptr;
         item->m_inkInteractive = false;

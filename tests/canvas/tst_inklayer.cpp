@@ -214,6 +214,22 @@ private slots:
         QVERIFY(!blank());
     }
 
+    // The stroke in progress has been painted when the board is cleared:
+    // its ink, painted over the images, goes too.
+    void clearWhileAStrokeIsShown()
+    {
+        const QVector<QPoint> points = MouseInput::wave(QPoint(100, 300), 40);
+        MouseInput::pressAlong(m_viewport, points, 30);
+        QVERIFY(sameAsScene());
+        QVERIFY(!blank());
+        QVERIFY(m_scene->inkLayer()->wetCount() > 0);
+        m_view->clearAllItem();
+        QCOMPARE(m_scene->items().size(), 0);
+        QVERIFY(sameAsScene());
+        QVERIFY(blank());
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, points.at(29));
+    }
+
     // Pen, eraser and pen again while the mouse stays down.
     void toolSwitchMidStroke()
     {
