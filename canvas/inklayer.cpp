@@ -111,32 +111,41 @@ bool InkLayer::above(const MiniPathItem* a, qreal bz, quint64 bseq)
 QRect InkLayer::sceneRectOf(const MiniPathItem* item) const
 {
     QRect rect;
-    bool found = false;
-    const int count = item->elementCount();
-    if (count >= 2 && item->hasOnlyLines() && item->sceneTransform().isIdentity()) {
-        const QPointF first = item->pointAt(0);
-        qreal left = first.x();
-        qreal right = left;
-        qreal top = first.y();
-        qreal bottom = top;
-        for (int i = 1; i < count; ++i) {
-            const QPointF point = item->pointAt(i);
-            left = qMin(left, point.x());
-            right = qMax(right, point.x());
-            top = qMin(top, point.y());
-            bottom = qMax(bottom, point.y());
-        }
-        // Points that all (nearly) coincide are left to the stroker, which
-        // strokes them to nothing.
-        if (right - left > 1e-6 || bottom - top > 1e-6) {
-            const qreal cap = qMax(1, item->m_pen.width()) * 0.7072;
-            rect = alignedRect(
-                QRectF(QPointF(left, top), QPointF(right, bottom)).adjusted(-cap, -cap, cap, cap));
-            found = true;
-        }
-    }
-    if (!found)
+    if (item->elementCount() >= 2 && item->hasOnlyLines() && item->sceneTransform().isIdentity())
+        rect = linesRectOf(item, 0);
+    if (rect.isEmpty())
         rect = alignedRect(item->sceneBoundingRect());
+    return withReach(rect, item);
+}
+
+QRect InkLayer::linesRectOf(const MiniPathItem* item, int from)
+{
+    const int count = item->elementCount();
+    if (from < 0 || from >= count - 1)
+        return QRect();
+    const QPointF first = item->pointAt(from);
+    qreal left = first.x();
+    qreal right = left;
+    qreal top = first.y();
+    qreal bottom = top;
+    for (int i = from + 1; i < count; ++i) {
+        const QPointF point = item->pointAt(i);
+        left = qMin(left, point.x());
+        right = qMax(right, point.x());
+        top = qMin(top, point.y());
+        bottom = qMax(bottom, point.y());
+    }
+    // Points that all (nearly) coincide are left to the stroker, which
+    // strokes them to nothing.
+    if (right - left <= 1e-6 && bottom - top <= 1e-6)
+        return QRect();
+    const qreal cap = qMax(1, item->m_pen.width()) * 0.7072;
+    return alignedRect(
+        QRectF(QPointF(left, top), QPointF(right, bottom)).adjusted(-cap, -cap, cap, cap));
+}
+
+QRect InkLayer::withReach(const QRect& rect, const MiniPathItem* item)
+{
     if (rect.isEmpty())
         return rect;
     const qreal width = item->m_pen.widthF();
@@ -254,6 +263,25 @@ void InkLayer::itemChanged(MiniPathItem* item)
         break;
     }
     touch(item);
+}
+
+void InkLayer::itemExtended(MiniPathItem* item, int from)
+{
+    if (!item || item->m_ink != this)
+        return;
+    // Wet ink is painted over the images at every repaint, so only the area
+    // that the added lines change needs one. A thin pen's lines are drawn
+    // one over the other, and anything else goes the ordinary way too.
+    QRect added;
+    if (item->m_inkState == Wet && !item->m_inkTouched && !item->isThin() &&
+        item->sceneTransform().isIdentity())
+        added = withReach(linesRectOf(item, from), item);
+    if (added.isEmpty()) {
+        itemChanged(item);
+        return;
+    }
+    item->m_inkRect |= added;
+    requestRepaint(QRectF(added));
 }
 
 void InkLayer::setWet(MiniPathItem* item, bool wet)

@@ -52,6 +52,9 @@ public:
     void addItem(MiniPathItem* item);
     void removeItem(MiniPathItem* item);
     void itemChanged(MiniPathItem* item);
+    // The item's path went on from element `from`, its last element before:
+    // the path up to there is unchanged, and lines follow.
+    void itemExtended(MiniPathItem* item, int from);
 
     // The pen marks the items of a stroke that is still being drawn, and
     // unmarks them when the stroke is finished. Unmarked items are dry.
@@ -134,6 +137,12 @@ private:
 
     static bool above(const MiniPathItem* a, qreal bz, quint64 bseq);
     QRect sceneRectOf(const MiniPathItem* item) const;
+    // The box of an untransformed item's points from element `from` on,
+    // widened by the farthest a square cap reaches; empty when the points
+    // (nearly) coincide.
+    static QRect linesRectOf(const MiniPathItem* item, int from);
+    // The rectangle widened by half the item's pen width.
+    static QRect withReach(const QRect& rect, const MiniPathItem* item);
     int bandOf(qreal z) const;
     void setState(MiniPathItem* item, State state);
     void touch(MiniPathItem* item);

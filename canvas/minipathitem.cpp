@@ -91,6 +91,31 @@ void MiniPathItem::setPath(QPainterPath path)
     inkChanged();
 }
 
+void MiniPathItem::extendPath(QPainterPath path)
+{
+    const int kept = m_path.elementCount();
+    const int count = path.elementCount();
+    bool extends = m_ink && m_storage == WholePath && !m_singlePnt && kept >= 2 && count > kept &&
+                   path.fillRule() == m_path.fillRule();
+    for (int i = 0; extends && i < kept; ++i) {
+        const QPainterPath::Element& old = m_path.elementAt(i);
+        const QPainterPath::Element& now = path.elementAt(i);
+        extends =
+            old.type == now.type && old.x == now.x && old.y == now.y &&
+            (now.type == QPainterPath::MoveToElement || now.type == QPainterPath::LineToElement);
+    }
+    for (int i = kept; extends && i < count; ++i)
+        extends = path.elementAt(i).type == QPainterPath::LineToElement;
+    if (!extends) {
+        setPath(std::move(path));
+        return;
+    }
+    m_path = std::move(path);
+    invalidateGeometry();
+    update(QRectF());
+    m_ink->itemExtended(this, kept - 1);
+}
+
 void MiniPathItem::squeezePath()
 {
     const int count = m_path.elementCount();

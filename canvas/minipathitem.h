@@ -33,6 +33,12 @@ public:
     // it is drawn and the scene keeps no index, so no geometry change is
     // announced first.
     void setPath(QPainterPath path);
+    // Replaces the path with one that goes on from it: `path` begins with
+    // every element of the current path, unchanged, and adds lines after
+    // them. Only the ink around the added lines changes (the old end's round
+    // cap becomes a round join there), so only that area is repainted. Any
+    // other path is taken as setPath() takes it.
+    void extendPath(QPainterPath path);
     // Keeps the same path in storage that holds exactly its elements. A path
     // built point by point keeps room for more (at least 16 elements, 24
     // bytes each), which a finished stroke no longer needs. A polyline, or a

@@ -510,6 +510,81 @@ private slots:
                                 .arg(painted.boundingRect().height())));
     }
 
+    // A stroke being drawn changes near its end only: its body grows there
+    // and its tail moves on. A point repaints that end, not the body's whole
+    // length back to where the stroke began.
+    void aGrowingStrokeRepaintsItsEnd()
+    {
+        QVector<QPoint> points;
+        for (int i = 0; i < 21; ++i)
+            points.append(QPoint(100 + 8 * i, 300));
+        MouseInput::pressAlong(m_viewport, points, 20);
+        QVERIFY(sameAsScene());
+        QRegion painted;
+        PaintWatcher watcher(&painted);
+        m_viewport->installEventFilter(&watcher);
+        QTest::mouseMove(m_viewport, points.last());
+        for (int pass = 0; pass < 5; ++pass)
+            QCoreApplication::processEvents();
+        m_viewport->removeEventFilter(&watcher);
+        QVERIFY(sameAsScene());
+        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, points.last());
+        QVERIFY(sameAsScene());
+
+        // The stroke's new end (it ends halfway to the newest point) and the
+        // old tail were repainted; the first 90 pixels of the stroke, all in
+        // its body, were not.
+        QVERIFY(painted.intersects(QRect(250, 299, 2, 2)));
+        QVERIFY(painted.intersects(QRect(230, 299, 2, 2)));
+        QVERIFY2(!painted.intersects(QRect(90, 280, 100, 40)),
+                 qPrintable(QStringLiteral("painted %1 rectangles within %2,%3 %4x%5")
+                                .arg(painted.rectCount())
+                                .arg(painted.boundingRect().x())
+                                .arg(painted.boundingRect().y())
+                                .arg(painted.boundingRect().width())
+                                .arg(painted.boundingRect().height())));
+    }
+
+    // A wet stroke that goes on repaints only around what it added; the
+    // rest of its ink must be exactly what it was, whatever the new lines
+    // do: turn back over the stroke, cross it, stay on one pixel. Each case
+    // also dries the stroke, which paints it into the image.
+    void extendedWetStrokesMatchTheScene()
+    {
+        QRandomGenerator random(20261127);
+        for (int round = 0; round < 24; ++round) {
+            QVector<QPointF> points;
+            QPointF p(150 + random.bounded(500), 150 + random.bounded(300));
+            const int count = 3 + random.bounded(20);
+            for (int i = 0; i < count; ++i) {
+                points.append(p);
+                p += QPointF(random.bounded(40.0) - 20, random.bounded(40.0) - 20);
+            }
+            const QPen pen(kInks[round % 4], kWidths[random.bounded(4)] + random.bounded(3));
+            MiniPathItem* item = addPolyline(points, pen, 10 + round);
+            m_scene->inkLayer()->setWet(item, true);
+            QVERIFY(sameAsScene());
+            for (int step = 0; step < 3; ++step) {
+                QPainterPath path = item->path();
+                const int more = 1 + random.bounded(4);
+                for (int i = 0; i < more; ++i) {
+                    if (random.bounded(4) == 0)
+                        p = points.at(random.bounded(points.size())); // back over the stroke
+                    else if (random.bounded(6) > 0)
+                        p += QPointF(random.bounded(40.0) - 20, random.bounded(40.0) - 20);
+                    points.append(p);
+                    path.lineTo(p);
+                }
+                item->extendPath(path);
+                QCOMPARE(item->path(), path);
+                QVERIFY2(sameAsScene(),
+                         qPrintable(QStringLiteral("round %1 step %2").arg(round).arg(step)));
+            }
+            m_scene->inkLayer()->setWet(item, false);
+            QVERIFY(sameAsScene());
+        }
+    }
+
     // Finished ink keeps no record for Qt's pixmap cache: Qt makes one at an
     // item's first update() because of the cache mode, and the layer, not
     // Qt, draws the item. The cache mode stays; an update() makes a new
