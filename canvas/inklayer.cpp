@@ -971,6 +971,21 @@ void InkLayer::paint(QGraphicsView* view, QPainter* painter, const QRegion& expo
     }
     std::sort(live.begin(), live.end(), liveBelow);
 
+    // The exposed area in scene coordinates, for drawing ink only near it
+    // (a scaled view keeps drawing it whole: the margin of a segment's reach
+    // is in scene pixels).
+    QVector<QRectF> sceneAreas;
+    QRectF sceneBounds;
+    bool invertible = false;
+    const QTransform toScene = viewTransform.inverted(&invertible);
+    if (invertible && viewTransform.type() <= QTransform::TxTranslate) {
+        sceneAreas.reserve(exposed.rectCount());
+        for (const QRect& rect : exposed) {
+            sceneAreas.append(toScene.mapRect(QRectF(rect)));
+            sceneBounds |= sceneAreas.last();
+        }
+    }
+
     auto drawBand = [&](const Band& band) {
         const QRect rect = band.used & bound;
         if (rect.isEmpty())
@@ -1003,7 +1018,13 @@ void InkLayer::paint(QGraphicsView* view, QPainter* painter, const QRegion& expo
         }
         if (entry.ink) {
             painter->setWorldTransform(viewTransform);
-            paintItem(entry.ink, painter);
+            // A long stroke still being drawn changes only near its end: the
+            // segments that cannot reach the exposed area are left out.
+            if (sceneAreas.isEmpty() || !entry.ink->sceneTransform().isIdentity() ||
+                entry.ink->effectiveOpacity() < 1.0)
+                paintItem(entry.ink, painter);
+            else
+                entry.ink->paintInkWithin(painter, sceneBounds, sceneAreas);
             continue;
         }
         painter->save();
