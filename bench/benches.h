@@ -38,10 +38,14 @@ QVector<QPoint> strokePoints(const QSize& board, QRandomGenerator& random);
 // Lets everything an event caused run to the end: the event, the work it
 // queued, and the repaint it asked for.
 void settle();
+// The calling thread's CPU time in nanoseconds: what the board's own work
+// costs, without the waits for the X server and for the CPU.
+qint64 threadCpuNs();
 // Draws one stroke with the mouse through the window system interface. With
 // `samples`, each move is timed with everything it causes processed (the
-// repaint included).
-void drawStroke(QWidget* viewport, const QVector<QPoint>& points, QVector<qint64>* samples);
+// repaint included); with `cpuSamples`, the thread's CPU time for the same.
+void drawStroke(QWidget* viewport, const QVector<QPoint>& points, QVector<qint64>* samples,
+                QVector<qint64>* cpuSamples = nullptr);
 
 } // namespace Bench
 

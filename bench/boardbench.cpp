@@ -6,7 +6,9 @@
 //
 // For each board it prints:
 //   board_pen    one pen point, the event and the repaint it causes (the
-//                events are processed to the end before the clock stops)
+//                events are processed to the end before the clock stops),
+//                and the CPU time of it (the board's own work, without the
+//                waits for the X server)
 //   board_eraser one 20-pixel eraser step through the event path, repaint
 //                included
 //   board_repaint a repaint of the whole board, as when it is shown again
@@ -72,17 +74,21 @@ void settle()
     QCoreApplication::processEvents();
 }
 
-void drawStroke(QWidget* viewport, const QVector<QPoint>& points, QVector<qint64>* samples)
+void drawStroke(QWidget* viewport, const QVector<QPoint>& points, QVector<qint64>* samples,
+                QVector<qint64>* cpuSamples)
 {
     QTest::mousePress(viewport, Qt::LeftButton, Qt::NoModifier, points.first());
     QCoreApplication::processEvents();
     QElapsedTimer timer;
     for (int i = 1; i < points.size(); ++i) {
+        const qint64 cpuStart = cpuSamples ? threadCpuNs() : 0;
         timer.start();
         QTest::mouseMove(viewport, points.at(i));
         settle();
         if (samples)
             samples->append(timer.nsecsElapsed());
+        if (cpuSamples)
+            cpuSamples->append(threadCpuNs() - cpuStart);
     }
     QTest::mouseRelease(viewport, Qt::LeftButton, Qt::NoModifier, points.last());
     QCoreApplication::processEvents();
@@ -101,6 +107,7 @@ struct Figures
     int strokes = 0;
     int items = 0;
     Bench::Summary pen;
+    Bench::Summary penCpu;
     Bench::Summary eraser;
     Bench::Summary repaint;
     double heapPerStroke = 0;
@@ -141,12 +148,14 @@ void runBoardBench(const QVector<int>& sizes)
         // Pen points on this board; the measuring strokes are undone again
         // so that every figure sees the same board.
         QVector<qint64> penSamples;
+        QVector<qint64> penCpuSamples;
         for (int s = 0; s < kMeasureStrokes; ++s)
-            drawStroke(viewport, strokePoints(size, random), &penSamples);
+            drawStroke(viewport, strokePoints(size, random), &penSamples, &penCpuSamples);
         for (int s = 0; s < kMeasureStrokes; ++s)
             board->undo();
         QCoreApplication::processEvents();
         f.pen = Bench::summarize(penSamples);
+        f.penCpu = Bench::summarize(penCpuSamples);
 
         // A full repaint, as when the board is exposed again.
         QVector<qint64> repaintSamples;
@@ -178,8 +187,9 @@ void runBoardBench(const QVector<int>& sizes)
         view->setTool(MyMiniGraphicsView::PenTool);
         f.eraser = Bench::summarize(eraserSamples);
 
-        std::printf("board_pen strokes=%d median_us=%.1f p99_us=%.1f samples=%d\n", f.strokes,
-                    f.pen.medianUs, f.pen.p99Us, f.pen.samples);
+        std::printf("board_pen strokes=%d median_us=%.1f p99_us=%.1f samples=%d "
+                    "cpu_median_us=%.1f\n",
+                    f.strokes, f.pen.medianUs, f.pen.p99Us, f.pen.samples, f.penCpu.medianUs);
         std::printf("board_eraser strokes=%d median_us=%.1f p99_us=%.1f samples=%d\n", f.strokes,
                     f.eraser.medianUs, f.eraser.p99Us, f.eraser.samples);
         std::printf("board_repaint strokes=%d median_us=%.1f p99_us=%.1f\n", f.strokes,
@@ -194,9 +204,10 @@ void runBoardBench(const QVector<int>& sizes)
     for (const Figures& f : qAsConst(all)) {
         if (&f == &empty)
             continue;
-        std::printf("board_growth strokes=%d pen_median=%.2fx eraser_median=%.2fx "
-                    "repaint_median=%.2fx\n",
+        std::printf("board_growth strokes=%d pen_median=%.2fx pen_cpu_median=%.2fx "
+                    "eraser_median=%.2fx repaint_median=%.2fx\n",
                     f.strokes, f.pen.medianUs / empty.pen.medianUs,
+                    f.penCpu.medianUs / empty.penCpu.medianUs,
                     f.eraser.medianUs / empty.eraser.medianUs,
                     f.repaint.medianUs / empty.repaint.medianUs);
     }

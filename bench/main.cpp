@@ -14,6 +14,7 @@
 #include <QTest>
 
 #include <malloc.h>
+#include <time.h>
 
 #include <algorithm>
 #include <cmath>
@@ -33,6 +34,13 @@ Summary summarize(QVector<qint64> samples)
         (n % 2 ? samples.at(n / 2) : (samples.at(n / 2 - 1) + samples.at(n / 2)) / 2.0) / 1000.0;
     summary.p99Us = samples.at(qBound(0, int(std::ceil(0.99 * n)) - 1, n - 1)) / 1000.0;
     return summary;
+}
+
+qint64 threadCpuNs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
 }
 
 qint64 heapInUse()
