@@ -83,37 +83,37 @@ QPointF MiniPathItem::pointAt(int i) const
 
 void MiniPathItem::setPath(QPainterPath path)
 {
+    const int from = m_ink ? continuationOf(path) : -1;
     m_path = std::move(path);
     m_points = QPolygonF();
     m_storage = WholePath;
     invalidateGeometry();
     update(QRectF());
-    inkChanged();
+    if (from >= 0)
+        m_ink->itemExtended(this, from);
+    else
+        inkChanged();
 }
 
-void MiniPathItem::extendPath(QPainterPath path)
+int MiniPathItem::continuationOf(const QPainterPath& path) const
 {
     const int kept = m_path.elementCount();
     const int count = path.elementCount();
-    bool extends = m_ink && m_storage == WholePath && !m_singlePnt && kept >= 2 && count > kept &&
-                   path.fillRule() == m_path.fillRule();
-    for (int i = 0; extends && i < kept; ++i) {
+    if (m_storage != WholePath || m_singlePnt || kept < 2 || count <= kept ||
+        path.fillRule() != m_path.fillRule())
+        return -1;
+    for (int i = 0; i < kept; ++i) {
         const QPainterPath::Element& old = m_path.elementAt(i);
         const QPainterPath::Element& now = path.elementAt(i);
-        extends =
-            old.type == now.type && old.x == now.x && old.y == now.y &&
-            (now.type == QPainterPath::MoveToElement || now.type == QPainterPath::LineToElement);
+        if (old.type != now.type || old.x != now.x || old.y != now.y ||
+            (now.type != QPainterPath::MoveToElement && now.type != QPainterPath::LineToElement))
+            return -1;
     }
-    for (int i = kept; extends && i < count; ++i)
-        extends = path.elementAt(i).type == QPainterPath::LineToElement;
-    if (!extends) {
-        setPath(std::move(path));
-        return;
+    for (int i = kept; i < count; ++i) {
+        if (path.elementAt(i).type != QPainterPath::LineToElement)
+            return -1;
     }
-    m_path = std::move(path);
-    invalidateGeometry();
-    update(QRectF());
-    m_ink->itemExtended(this, kept - 1);
+    return kept - 1;
 }
 
 void MiniPathItem::squeezePath()

@@ -31,14 +31,11 @@ public:
     QPainterPath path() const;
     // Replaces the path and schedules a repaint. The stroke only grows while
     // it is drawn and the scene keeps no index, so no geometry change is
-    // announced first.
+    // announced first. A path that goes on from the current one (it begins
+    // with every element of it, unchanged, and adds lines) changes the ink
+    // only around the added lines, where the old end's round cap becomes a
+    // round join: the ink layer repaints only that area.
     void setPath(QPainterPath path);
-    // Replaces the path with one that goes on from it: `path` begins with
-    // every element of the current path, unchanged, and adds lines after
-    // them. Only the ink around the added lines changes (the old end's round
-    // cap becomes a round join there), so only that area is repainted. Any
-    // other path is taken as setPath() takes it.
-    void extendPath(QPainterPath path);
     // Keeps the same path in storage that holds exactly its elements. A path
     // built point by point keeps room for more (at least 16 elements, 24
     // bytes each), which a finished stroke no longer needs. A polyline, or a
@@ -98,6 +95,9 @@ private:
     // has. The cache mode stays; Qt makes a new record when it needs one.
     void releaseCacheRecord();
     void inkChanged();
+    // The index of the current path's last element when `path` goes on from
+    // it as setPath() describes; -1 otherwise.
+    int continuationOf(const QPainterPath& path) const;
     void inkFlagsChanged();
 
     // The scene asks for the bounds at every paint of every item, and the

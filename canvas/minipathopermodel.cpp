@@ -389,7 +389,7 @@ void MiniPathOpermodel::PntListChanged(int id)
             if (m_scene)
                 m_scene->inkLayer()->setWet(body, false);
         } else {
-            body->extendPath(joined);
+            body->setPath(joined);
         }
     }
 

@@ -547,9 +547,11 @@ private slots:
 
     // A wet stroke that goes on repaints only around what it added; the
     // rest of its ink must be exactly what it was, whatever the new lines
-    // do: turn back over the stroke, cross it, stay on one pixel. Each case
-    // also dries the stroke, which paints it into the image.
-    void extendedWetStrokesMatchTheScene()
+    // do: turn back over the stroke, cross it, stay on one pixel. A path
+    // that does not go on from the stroke's (a point of it moved, a curve
+    // added, points taken away) repaints the stroke's old and new areas.
+    // Each case also dries the stroke, which paints it into the image.
+    void wetStrokesThatGoOnMatchTheScene()
     {
         QRandomGenerator random(20261127);
         for (int round = 0; round < 24; ++round) {
@@ -564,21 +566,51 @@ private slots:
             MiniPathItem* item = addPolyline(points, pen, 10 + round);
             m_scene->inkLayer()->setWet(item, true);
             QVERIFY(sameAsScene());
-            for (int step = 0; step < 3; ++step) {
+            for (int step = 0; step < 4; ++step) {
                 QPainterPath path = item->path();
-                const int more = 1 + random.bounded(4);
-                for (int i = 0; i < more; ++i) {
-                    if (random.bounded(4) == 0)
-                        p = points.at(random.bounded(points.size())); // back over the stroke
-                    else if (random.bounded(6) > 0)
-                        p += QPointF(random.bounded(40.0) - 20, random.bounded(40.0) - 20);
-                    points.append(p);
+                switch (random.bounded(6)) {
+                case 0: { // a point moved, and a line added
+                    const int i = random.bounded(path.elementCount());
+                    const QPainterPath::Element e = path.elementAt(i);
+                    path.setElementPositionAt(i, e.x + 15, e.y - 10);
+                    p += QPointF(5, 5);
                     path.lineTo(p);
+                    break;
                 }
-                item->extendPath(path);
+                case 1: // a curve added
+                    path.quadTo(p + QPointF(30, 0), p + QPointF(30, 30));
+                    p += QPointF(30, 30);
+                    break;
+                case 2: { // the last points taken away
+                    QPainterPath shorter;
+                    shorter.moveTo(points.first());
+                    for (int i = 1; i < points.size() - 1; ++i)
+                        shorter.lineTo(points.at(i));
+                    shorter.lineTo(points.first() + QPointF(3, 0));
+                    path = shorter;
+                    break;
+                }
+                default: { // lines added
+                    const int more = 1 + random.bounded(4);
+                    for (int i = 0; i < more; ++i) {
+                        if (random.bounded(4) == 0)
+                            p = points.at(random.bounded(points.size())); // back over the stroke
+                        else if (random.bounded(6) > 0)
+                            p += QPointF(random.bounded(40.0) - 20, random.bounded(40.0) - 20);
+                        points.append(p);
+                        path.lineTo(p);
+                    }
+                    break;
+                }
+                }
+                item->setPath(path);
                 QCOMPARE(item->path(), path);
                 QVERIFY2(sameAsScene(),
                          qPrintable(QStringLiteral("round %1 step %2").arg(round).arg(step)));
+                const QPainterPath now = item->path();
+                points.clear();
+                for (int i = 0; i < now.elementCount(); ++i)
+                    points.append(QPointF(now.elementAt(i)));
             }
             m_scene->inkLayer()->setWet(item, false);
             QVERIFY(sameAsScene());

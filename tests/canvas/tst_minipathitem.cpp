@@ -495,44 +495,6 @@ private slots:
         QCOMPARE(item.shape().boundingRect(), QRectF(-2, -2, 5, 4));
     }
 
-    // A path that goes on from the item's own, and any other path, are the
-    // item's path afterwards, with the bounds and the shape they give.
-    void extendedPathIsThePathGiven()
-    {
-        MiniPathItem item;
-        item.setPen(QPen(Qt::blue, 4));
-        QPainterPath line;
-        line.moveTo(0, 0);
-        line.lineTo(50, 0);
-        item.setPath(line);
-        QCOMPARE(item.boundingRect(), QRectF(-2, -2, 54, 4));
-
-        QPainterPath longer = line;
-        longer.lineTo(50, 30);
-        longer.lineTo(80, 30);
-        item.extendPath(longer);
-        QCOMPARE(item.path(), longer);
-        QCOMPARE(item.boundingRect(), QRectF(-2, -2, 84, 34));
-        QVERIFY(item.shape().contains(QPointF(65, 30)));
-
-        // Not a continuation: the first point moved, a curve follows, or
-        // nothing is added. Each replaces the path as setPath() does.
-        QPainterPath moved;
-        moved.moveTo(10, 0);
-        moved.lineTo(50, 0);
-        moved.lineTo(60, 10);
-        item.extendPath(moved);
-        QCOMPARE(item.path(), moved);
-        QVERIFY(!item.boundingRect().contains(QPointF(5, 0)));
-        QPainterPath curved = moved;
-        curved.quadTo(80, 0, 90, 10);
-        item.extendPath(curved);
-        QCOMPARE(item.path(), curved);
-        item.extendPath(line);
-        QCOMPARE(item.path(), line);
-        QCOMPARE(item.boundingRect(), QRectF(-2, -2, 54, 4));
-    }
-
     void inAScene()
     {
         QGraphicsScene scene;
