@@ -447,18 +447,13 @@ private slots:
         m_view->setTool(MyMiniGraphicsView::EraseTool);
         QVERIFY(sameAsScene());
 
-        QRegion painted;
-        PaintWatcher watcher(&painted);
-        m_viewport->installEventFilter(&watcher);
-        QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(400, 300));
-        const QRectF eraser = m_view->eraseOperation()->earseItem()->sceneBoundingRect();
-        QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(400, 300));
+        QRectF eraser;
+        const QRegion painted = paintedBy([&] {
+            QTest::mousePress(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(400, 300));
+            eraser = m_view->eraseOperation()->earseItem()->sceneBoundingRect();
+            QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, QPoint(400, 300));
+        });
         QCOMPARE(m_scene->items().size(), 2);
-        // Qt polishes the new piece, the layer asks for its repaints and the
-        // viewport paints, each in a later pass of the event loop.
-        for (int pass = 0; pass < 5; ++pass)
-            QCoreApplication::processEvents();
-        m_viewport->removeEventFilter(&watcher);
         QVERIFY(sameAsScene());
 
         // The cut segments reach one point (20 pixels) beyond the eraser on
@@ -473,12 +468,7 @@ private slots:
                           QPoint(760, 320));
         QCOMPARE(left, QRect(40, 280, 284, 41));
         QCOMPARE(right, QRect(503, 280, 258, 41));
-        QVERIFY2(!painted.intersects(left) && !painted.intersects(right),
-                 qPrintable(QStringLiteral("painted %1,%2 %3x%4")
-                                .arg(painted.boundingRect().x())
-                                .arg(painted.boundingRect().y())
-                                .arg(painted.boundingRect().width())
-                                .arg(painted.boundingRect().height())));
+        QVERIFY2(!painted.intersects(left) && !painted.intersects(right), describe(painted));
     }
 
     // Changes far apart in one pass of the event loop repaint each where it
@@ -486,14 +476,10 @@ private slots:
     void farChangesRepaintApart()
     {
         QVERIFY(sameAsScene());
-        QRegion painted;
-        PaintWatcher watcher(&painted);
-        m_viewport->installEventFilter(&watcher);
-        addPolyline({{60, 60}, {100, 70}, {140, 60}}, QPen(kInks[0], 6), 1);
-        addPolyline({{600, 500}, {650, 520}, {700, 500}}, QPen(kInks[2], 6), 2);
-        for (int pass = 0; pass < 5; ++pass)
-            QCoreApplication::processEvents();
-        m_viewport->removeEventFilter(&watcher);
+        const QRegion painted = paintedBy([this] {
+            addPolyline({{60, 60}, {100, 70}, {140, 60}}, QPen(kInks[0], 6), 1);
+            addPolyline({{600, 500}, {650, 520}, {700, 500}}, QPen(kInks[2], 6), 2);
+        });
         QVERIFY(sameAsScene());
 
         QVERIFY(painted.intersects(QRect(60, 60, 80, 10)));
@@ -501,13 +487,7 @@ private slots:
         // The strokes reach half their width and the margins around their
         // rectangles beyond their points; the middle of the board is far
         // from both.
-        QVERIFY2(!painted.intersects(QRect(200, 120, 350, 330)),
-                 qPrintable(QStringLiteral("painted %1 rectangles within %2,%3 %4x%5")
-                                .arg(painted.rectCount())
-                                .arg(painted.boundingRect().x())
-                                .arg(painted.boundingRect().y())
-                                .arg(painted.boundingRect().width())
-                                .arg(painted.boundingRect().height())));
+        QVERIFY2(!painted.intersects(QRect(200, 120, 350, 330)), describe(painted));
     }
 
     // A stroke being drawn changes near its end only: its body grows there
@@ -520,13 +500,7 @@ private slots:
             points.append(QPoint(100 + 8 * i, 300));
         MouseInput::pressAlong(m_viewport, points, 20);
         QVERIFY(sameAsScene());
-        QRegion painted;
-        PaintWatcher watcher(&painted);
-        m_viewport->installEventFilter(&watcher);
-        QTest::mouseMove(m_viewport, points.last());
-        for (int pass = 0; pass < 5; ++pass)
-            QCoreApplication::processEvents();
-        m_viewport->removeEventFilter(&watcher);
+        const QRegion painted = paintedBy([&] { QTest::mouseMove(m_viewport, points.last()); });
         QVERIFY(sameAsScene());
         QTest::mouseRelease(m_viewport, Qt::LeftButton, Qt::NoModifier, points.last());
         QVERIFY(sameAsScene());
@@ -536,13 +510,7 @@ private slots:
         // its body, were not.
         QVERIFY(painted.intersects(QRect(250, 299, 2, 2)));
         QVERIFY(painted.intersects(QRect(230, 299, 2, 2)));
-        QVERIFY2(!painted.intersects(QRect(90, 280, 100, 40)),
-                 qPrintable(QStringLiteral("painted %1 rectangles within %2,%3 %4x%5")
-                                .arg(painted.rectCount())
-                                .arg(painted.boundingRect().x())
-                                .arg(painted.boundingRect().y())
-                                .arg(painted.boundingRect().width())
-                                .arg(painted.boundingRect().height())));
+        QVERIFY2(!painted.intersects(QRect(90, 280, 100, 40)), describe(painted));
     }
 
     // A wet stroke that goes on repaints only around what it added; the
@@ -918,6 +886,33 @@ private:
 
     // The board shows its scene: on its screen once the repaints it asked
     // for have run, and when painted afresh.
+    // What the viewport paints while `change` runs and in the passes of the
+    // event loop that follow (Qt polishes new items, the layer asks for its
+    // repaints and the viewport paints, each in a later pass).
+    template<typename Change> QRegion paintedBy(Change change)
+    {
+        QRegion painted;
+        PaintWatcher watcher(&painted);
+        m_viewport->installEventFilter(&watcher);
+        change();
+        for (int pass = 0; pass < 5; ++pass)
+            QCoreApplication::processEvents();
+        m_viewport->removeEventFilter(&watcher);
+        return painted;
+    }
+
+    static QByteArray describe(const QRegion& painted)
+    {
+        const QRect bounds = painted.boundingRect();
+        return QStringLiteral("painted %1 rectangles within %2,%3 %4x%5")
+            .arg(painted.rectCount())
+            .arg(bounds.x())
+            .arg(bounds.y())
+            .arg(bounds.width())
+            .arg(bounds.height())
+            .toUtf8();
+    }
+
     bool sameAsScene()
     {
         const QImage expected = InkReference::render(m_scene, m_viewport->size());
