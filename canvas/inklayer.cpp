@@ -912,10 +912,7 @@ void InkLayer::redraw(Band& band, const QRegion& sceneRegion)
         if (near.isEmpty())
             continue;
         painter.setWorldTransform(m_toDevice);
-        if (item->sceneTransform().isIdentity() && item->effectiveOpacity() >= 1.0)
-            item->paintInkWithin(&painter, nearBounds, near);
-        else
-            paintItem(item, &painter);
+        paintItemWithin(item, &painter, nearBounds, near);
     }
     band.used |= device.boundingRect();
 }
@@ -933,6 +930,15 @@ void InkLayer::paintItem(MiniPathItem* item, QPainter* painter)
     item->paintInk(painter);
     if (!plain)
         painter->restore();
+}
+
+void InkLayer::paintItemWithin(MiniPathItem* item, QPainter* painter, const QRectF& bounds,
+                               const QVector<QRectF>& areas)
+{
+    if (!areas.isEmpty() && item->sceneTransform().isIdentity() && item->effectiveOpacity() >= 1.0)
+        item->paintInkWithin(painter, bounds, areas);
+    else
+        paintItem(item, painter);
 }
 
 quint64 InkLayer::seqOf(const QGraphicsItem* item) const
@@ -1020,11 +1026,7 @@ void InkLayer::paint(QGraphicsView* view, QPainter* painter, const QRegion& expo
             painter->setWorldTransform(viewTransform);
             // A long stroke still being drawn changes only near its end: the
             // segments that cannot reach the exposed area are left out.
-            if (sceneAreas.isEmpty() || !entry.ink->sceneTransform().isIdentity() ||
-                entry.ink->effectiveOpacity() < 1.0)
-                paintItem(entry.ink, painter);
-            else
-                entry.ink->paintInkWithin(painter, sceneBounds, sceneAreas);
+            paintItemWithin(entry.ink, painter, sceneBounds, sceneAreas);
             continue;
         }
         painter->save();

@@ -111,6 +111,11 @@ public:
     // Draws one ink item with its scene transform and opacity on a painter
     // whose world transform maps the scene.
     static void paintItem(MiniPathItem* item, QPainter* painter);
+    // The same for the pixels within `areas` (scene coordinates, all held by
+    // `bounds`): a plain item (no transform, full opacity) draws only the
+    // segments that can reach them; any other item, or no areas, all of it.
+    static void paintItemWithin(MiniPathItem* item, QPainter* painter, const QRectF& bounds,
+                                const QVector<QRectF>& areas);
 
     int count() const { return m_count; }
     // What the images hold, for tests and figures.
