@@ -5,6 +5,7 @@
 #include "shell/commandserver.h"
 #include "shell/mainwindow.h"
 #include "shell/waylandboard.h"
+#include "shell/x11sharedmemory.h"
 
 #include <QApplication>
 #include <QByteArray>
@@ -282,6 +283,7 @@ int main(int argc, char** argv)
     choosePlatform(argc, argv);
     if (!displayReachable(argc, argv))
         return 1;
+    X11SharedMemory::turnOff();
 
     QApplication app(argc, argv);
     // The board is closed and shown again by later commands (`skeda`,
