@@ -19,6 +19,8 @@ packages=(
   xvfb xauth xdotool x11-utils x11-xserver-utils xcompmgr imagemagick
   # RandR, for the test of a screen that changes size
   libxrandr-dev
+  # X-Resource, for the test of what the launcher's connection holds
+  libxres-dev
   # libFuzzer: clang and its runtime
   clang libclang-rt-14-dev
   # a headless Wayland desktop for the Wayland tests: sway with XWayland,

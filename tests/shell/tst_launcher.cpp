@@ -14,6 +14,8 @@
 namespace {
 
 constexpr unsigned long kDesktop = 0x3B6EA5;
+// The pen's colour when the board starts.
+constexpr unsigned long kPen = 0xF73859;
 
 unsigned long rootPixel(Display* display, int x, int y)
 {
@@ -29,6 +31,8 @@ class TestLauncher : public QObject
 private slots:
     void initTestCase()
     {
+        // The launchers started here decide on shared memory themselves.
+        qunsetenv("QT_XCB_NO_MITSHM");
         m_display = XOpenDisplay(nullptr);
         QVERIFY(m_display);
         X11Desktop::paintDesktop(m_display, kDesktop);
@@ -84,6 +88,48 @@ private slots:
         for (const QPoint& p :
              {QPoint(0, 0), QPoint(960, 540), QPoint(1919, 1079), QPoint(5, 1000)})
             QCOMPARE(screen.pixel(p) & 0xFFFFFFu, uint(kDesktop));
+
+        launcher.terminate();
+        QVERIFY(launcher.waitForFinished(10000));
+    }
+
+    // The launcher has Qt send the board's updates over the X connection
+    // rather than through shared memory, so that a pen point's small repaint
+    // waits for no round trip to the server; SKEDA_MITSHM=1 keeps Qt's shared
+    // memory. Either way a stroke drawn with real input shows in the pen's
+    // colour.
+    void updatesGoOverTheConnection_data()
+    {
+        QTest::addColumn<QString>("keep");
+        QTest::addColumn<int>("segments");
+
+        QTest::newRow("by default") << QString() << 0;
+        // One segment for each window's backing store: the board and the
+        // toolbar.
+        QTest::newRow("SKEDA_MITSHM=1") << QStringLiteral("1") << 2;
+    }
+
+    void updatesGoOverTheConnection()
+    {
+        QFETCH(QString, keep);
+        QFETCH(int, segments);
+
+        QProcessEnvironment extra;
+        if (!keep.isEmpty())
+            extra.insert(QStringLiteral("SKEDA_MITSHM"), keep);
+        QProcess launcher;
+        launcher.setProcessChannelMode(QProcess::ForwardedChannels);
+        QVERIFY(LauncherProcess::start(launcher, QStringList(), QString(), extra));
+        QVERIFY(LauncherProcess::waitForBoard(m_display, launcher));
+        QTRY_VERIFY_WITH_TIMEOUT(rootPixel(m_display, 80 + 134 + 27, 932 + 34) != kDesktop, 15000);
+
+        QVERIFY(X11Desktop::drag({{600, 500}, {650, 500}, {700, 500}, {750, 500}, {800, 500}}));
+        QTRY_COMPARE_WITH_TIMEOUT(rootPixel(m_display, 700, 500), kPen, 10000);
+
+        const QMap<QString, int> held =
+            X11Desktop::resourcesOfProcess(m_display, launcher.processId());
+        QVERIFY2(held.value(QStringLiteral("WINDOW")) > 0, "the launcher's client was not found");
+        QCOMPARE(held.value(QStringLiteral("ShmSeg")), segments);
 
         launcher.terminate();
         QVERIFY(launcher.waitForFinished(10000));

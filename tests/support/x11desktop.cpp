@@ -15,6 +15,7 @@
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+#include <X11/extensions/XRes.h>
 #include <X11/extensions/shape.h>
 
 namespace {
@@ -160,6 +161,39 @@ bool hasWindow(Display* display, qint64 pid, const QRect& geometry)
     const QVector<TopLevel> windows = windowsOfProcess(display, pid);
     return std::any_of(windows.cbegin(), windows.cend(),
                        [&geometry](const TopLevel& window) { return window.geometry == geometry; });
+}
+
+QMap<QString, int> resourcesOfProcess(Display* display, qint64 pid)
+{
+    QMap<QString, int> result;
+    int eventBase = 0;
+    int errorBase = 0;
+    if (!XResQueryExtension(display, &eventBase, &errorBase))
+        return result;
+    XResClientIdSpec every{None, XRES_CLIENT_ID_PID_MASK};
+    long count = 0;
+    XResClientIdValue* ids = nullptr;
+    if (XResQueryClientIds(display, 1, &every, &count, &ids) != Success)
+        return result;
+    for (long i = 0; i < count; ++i) {
+        if (XResGetClientIdType(&ids[i]) != XRES_CLIENT_ID_PID ||
+            XResGetClientPid(&ids[i]) != static_cast<pid_t>(pid))
+            continue;
+        int types = 0;
+        XResType* held = nullptr;
+        // Unlike XResQueryClientIds(), this one returns non-zero on success.
+        if (!XResQueryClientResources(display, ids[i].spec.client, &types, &held))
+            continue;
+        for (int t = 0; t < types; ++t) {
+            if (char* name = XGetAtomName(display, held[t].resource_type)) {
+                result[QString::fromLatin1(name)] += int(held[t].count);
+                XFree(name);
+            }
+        }
+        XFree(held);
+    }
+    XResClientIdsDestroy(count, ids);
+    return result;
 }
 
 QVector<QRect> inputShape(Display* display, unsigned long window)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QImage>
+#include <QMap>
 #include <QPoint>
 #include <QRect>
 #include <QStringList>
@@ -34,6 +35,12 @@ unsigned long windowOfProcess(Display* display, qint64 pid, int minWidth = 100);
 // Whether the process has a viewable top-level window at exactly this
 // geometry.
 bool hasWindow(Display* display, qint64 pid, const QRect& geometry);
+
+// What the X server holds for the process's connections (found by the
+// process id the server learns from each local client), per resource type:
+// "WINDOW", "PIXMAP", "ShmSeg" (a shared-memory segment), ... Empty when the
+// server lacks the X-Resource extension or has no client of that process.
+QMap<QString, int> resourcesOfProcess(Display* display, qint64 pid);
 
 // The rectangles of a window's input shape, as the X server has them (none
 // while clicks go through the window).
