@@ -8,6 +8,7 @@
 #include "canvas/myminigraphicsscene.h"
 #include "canvas/myminigraphicsview.h"
 #include "shell/mainwindow.h"
+#include "shell/x11sharedmemory.h"
 
 #include <QApplication>
 #include <QScreen>
@@ -71,6 +72,8 @@ void clearBoard(MainWindow* board)
 int main(int argc, char** argv)
 {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    // Measured as the launcher runs the board.
+    const bool sharedMemoryOff = X11SharedMemory::turnOff();
     QApplication app(argc, argv);
     const QStringList args = app.arguments().mid(1);
     const auto wanted = [&args](const char* name) {
@@ -78,6 +81,7 @@ int main(int argc, char** argv)
     };
     std::printf("screen %dx%d\n", app.primaryScreen()->size().width(),
                 app.primaryScreen()->size().height());
+    std::printf("x11_shared_memory %s\n", sharedMemoryOff ? "off" : "on");
     if (wanted("pen"))
         runPenBench();
     if (wanted("eraser"))
