@@ -5,7 +5,7 @@
 // connection itself. The board's updates are small and frequent (a pen point
 // repaints a few thousand pixels), and with shared memory every update that
 // meets the previous one waits for a round trip to the X server first, which
-// costs a pen point about as much as drawing it. Over the connection a small
+// costs a pen point nearly as much as its own work. Over the connection a small
 // update costs nothing extra; a repaint of the whole screen (showing the
 // board, clearing it) then copies its 8 MB through the socket, a few
 // milliseconds instead of one.
