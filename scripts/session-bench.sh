@@ -10,14 +10,24 @@
 #   session-bench.sh [STROKES]   (default 1000; the batch ends that lie
 #                                 beyond STROKES are left out)
 #
+# A shared machine's speed drifts during a session by more than the board's
+# own cost changes, so the session is run SKEDA_SESSION_RUNS times (default
+# 3), each on a fresh X server with a fresh launcher; after every run's
+# figures come the median of each batch over the runs ("session_median")
+# and the highest of those medians against the lowest.
+#
 # Runs inside scripts/bench.sh's build; SKEDA_LAUNCHER names another
 # launcher to measure.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 strokes=${1:-1000}
 launcher=${SKEDA_LAUNCHER:-$root/build/bin/skeda}
+runs=${SKEDA_SESSION_RUNS:-3}
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
 
-exec "$root/scripts/with-xvfb.sh" --size 1920x1080 --compositor -- bash -c '
+one_session() {
+"$root/scripts/with-xvfb.sh" --size 1920x1080 --compositor -- bash -c '
   set -euo pipefail
   launcher=$1
   strokes=$2
@@ -83,3 +93,19 @@ exec "$root/scripts/with-xvfb.sh" --size 1920x1080 --compositor -- bash -c '
   done
   echo "$results" | awk "{ lo = \$1; hi = \$1; for (i = 2; i <= NF; ++i) { if (\$i < lo) lo = \$i; if (\$i > hi) hi = \$i } if (lo > 0) printf \"session growth_highest_to_lowest=%.2fx\n\", hi / lo }"
 ' session "$launcher" "$strokes"
+}
+
+for ((run = 1; run <= runs; ++run)); do
+  echo "session run=$run of $runs"
+  one_session | tee -a "$log"
+done
+
+# The median of each batch over the runs, batches in the order of the session.
+medians=""
+for batch in $(grep -o "strokes=[0-9]*-[0-9]*" "$log" | sort -u -t= -k2,2n); do
+  median=$(grep "^session $batch " "$log" | sed "s/.*cpu_ms_per_stroke=//" | sort -g |
+    awk '{ v[NR] = $1 } END { if (NR % 2) print v[(NR + 1) / 2]; else printf "%.2f\n", (v[NR / 2] + v[NR / 2 + 1]) / 2 }')
+  echo "session_median $batch cpu_ms_per_stroke=$median runs=$runs"
+  medians="$medians $median"
+done
+echo "$medians" | awk '{ lo = $1; hi = $1; for (i = 2; i <= NF; ++i) { if ($i < lo) lo = $i; if ($i > hi) hi = $i } if (NF > 0 && lo > 0) printf "session_median growth_highest_to_lowest=%.2fx\n", hi / lo }'
