@@ -179,10 +179,12 @@ QMap<QString, int> resourcesOfProcess(Display* display, qint64 pid)
         if (XResGetClientIdType(&ids[i]) != XRES_CLIENT_ID_PID ||
             XResGetClientPid(&ids[i]) != static_cast<pid_t>(pid))
             continue;
+        // Each answer starts with the client it speaks of (its resource base).
+        const auto& [of, length, value] = ids[i];
         int types = 0;
         XResType* held = nullptr;
         // Unlike XResQueryClientIds(), this one returns non-zero on success.
-        if (!XResQueryClientResources(display, ids[i].spec.client, &types, &held))
+        if (!XResQueryClientResources(display, of.client, &types, &held))
             continue;
         for (int t = 0; t < types; ++t) {
             if (char* name = XGetAtomName(display, held[t].resource_type)) {
